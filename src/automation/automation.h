@@ -1,0 +1,115 @@
+// Automation values and objects: what the add-in sees of the modelling tool and the server.
+//
+// Every object of either side is reached through `Object`: property get, property put and
+// method call, each by dispatch id or by member name, and an interface cast by identifier.
+// A dispatch id means something only on the kind of object it is called on, so an object
+// answers the ids of its own kind and raises `AutomationError` for any other.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+#include <vector>
+
+namespace automation {
+
+class Object;
+using ObjectRef = std::shared_ptr<Object>;
+
+// An error raised by the modelling tool or the server (or by the automation layer on their
+// behalf). Inside a process it is an exception; on the wire it is an error reply.
+class AutomationError : public std::runtime_error {
+public:
+    explicit AutomationError(const std::string& description) : std::runtime_error(description) {}
+    std::string Description() const { return what(); }
+};
+
+// Texts of the errors the automation layer raises by itself.
+inline constexpr std::string_view kErrTypeMismatch = "Type mismatch";
+inline constexpr std::string_view kErrObjectNotSet = "Object variable or With block variable not set";
+inline constexpr std::string_view kErrMemberNotFound = "Member not found";
+inline constexpr std::string_view kErrNoInterface = "No such interface supported";
+inline constexpr std::string_view kErrBadArgCount = "Invalid number of parameters";
+
+enum class VariantType : std::uint8_t { Empty, Bool, Int16, Int32, String, Object };
+
+// An automation argument or result: empty, Boolean, 16- or 32-bit integer, UTF-8 string or
+// object reference. The To... conversions coerce the way the add-in's callers expect of
+// automation values and raise `AutomationError` ("Type mismatch") where no coercion exists.
+class Variant {
+public:
+    Variant() = default;
+    Variant(bool v) : value_(v) {}
+    Variant(std::int16_t v) : value_(v) {}
+    Variant(std::int32_t v) : value_(v) {}
+    Variant(std::string v) : value_(std::move(v)) {}
+    Variant(std::string_view v) : value_(std::string(v)) {}
+    Variant(const char* v) : value_(std::string(v)) {}
+    Variant(ObjectRef v) : value_(std::move(v)) {}
+    template <class T>
+        requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>)
+    Variant(std::shared_ptr<T> v) : value_(ObjectRef(std::move(v))) {}
+
+    VariantType Type() const { return static_cast<VariantType>(value_.index()); }
+    bool IsEmpty() const { return Type() == VariantType::Empty; }
+    bool IsObject() const { return Type() == VariantType::Object; }
+
+    // Exact accessors: the value must be of that type (else "Type mismatch").
+    bool AsBool() const;
+    std::int16_t AsInt16() const;
+    std::int32_t AsInt32() const;
+    const std::string& AsString() const;
+    const ObjectRef& AsObject() const;
+
+    // Coercions. Booleans give "True"/"False" as text; text gives a Boolean when it is
+    // "True" or "False" in any letter case or a number (0 false, any other true); empty
+    // gives "", 0 and False; an object converts to nothing but itself.
+    std::string ToString() const;
+    bool ToBool() const;
+    std::int32_t ToInt32() const;
+    std::int16_t ToInt16() const;  // "Overflow" outside -32768..32767
+    ObjectRef ToObject() const;    // empty gives no object
+
+    bool operator==(const Variant& other) const;
+
+private:
+    std::variant<std::monostate, bool, std::int16_t, std::int32_t, std::string, ObjectRef> value_;
+};
+
+using Args = std::vector<Variant>;
+
+enum class CallKind : std::uint8_t { Get = 1, Put = 2, Method = 3 };
+
+// The dispatch interface. For a put, the value is the last argument.
+class Object {
+public:
+    virtual ~Object() = default;
+
+    virtual Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) = 0;
+    virtual Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) = 0;
+
+    // True when the object offers the interface with this identifier (a GUID text in
+    // braces, compared without regard to letter case).
+    virtual bool Implements(std::string_view iid) const = 0;
+};
+
+// Call helpers. Each raises `AutomationError` when `obj` is no object.
+Variant Get(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
+void Put(const ObjectRef& obj, std::int32_t dispid, Variant value);
+Variant Call(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
+Variant GetByName(const ObjectRef& obj, std::string_view name, const Args& args = {});
+void PutByName(const ObjectRef& obj, std::string_view name, Variant value);
+Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args = {});
+
+// The interface cast: returns `obj` itself when it implements `iid`, else raises
+// "No such interface supported". No object stays no object.
+ObjectRef Cast(const ObjectRef& obj, std::string_view iid);
+
+// True when two interface identifiers name the same interface.
+bool SameIid(std::string_view a, std::string_view b);
+
+}  // namespace automation

@@ -1,0 +1,95 @@
+#include "automation/automation.h"
+
+#include <cctype>
+
+#include "automation/local_object.h"
+
+namespace automation {
+namespace {
+
+const ObjectRef& Require(const ObjectRef& obj) {
+    if (!obj) throw AutomationError(std::string(kErrObjectNotSet));
+    return obj;
+}
+
+}  // namespace
+
+Variant Get(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
+    return Require(obj)->Invoke(dispid, CallKind::Get, args);
+}
+
+void Put(const ObjectRef& obj, std::int32_t dispid, Variant value) {
+    Require(obj)->Invoke(dispid, CallKind::Put, Args{std::move(value)});
+}
+
+Variant Call(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
+    return Require(obj)->Invoke(dispid, CallKind::Method, args);
+}
+
+Variant GetByName(const ObjectRef& obj, std::string_view name, const Args& args) {
+    return Require(obj)->InvokeByName(name, CallKind::Get, args);
+}
+
+void PutByName(const ObjectRef& obj, std::string_view name, Variant value) {
+    Require(obj)->InvokeByName(name, CallKind::Put, Args{std::move(value)});
+}
+
+Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args) {
+    return Require(obj)->InvokeByName(name, CallKind::Method, args);
+}
+
+bool SameIid(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (std::toupper(static_cast<unsigned char>(a[i])) !=
+            std::toupper(static_cast<unsigned char>(b[i]))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+ObjectRef Cast(const ObjectRef& obj, std::string_view iid) {
+    if (!obj) return nullptr;
+    if (!obj->Implements(iid)) throw AutomationError(std::string(kErrNoInterface));
+    return obj;
+}
+
+void LocalObject::Define(std::int32_t dispid, std::string name, MemberFn fn) {
+    members_.push_back(Member{dispid, std::move(name), std::move(fn)});
+}
+
+void LocalObject::DefineValue(std::int32_t dispid, std::string name, Variant initial) {
+    auto value = std::make_shared<Variant>(std::move(initial));
+    Define(dispid, std::move(name), [value](CallKind kind, const Args& args) -> Variant {
+        if (kind == CallKind::Put) {
+            if (args.empty()) throw AutomationError(std::string(kErrBadArgCount));
+            *value = args.back();
+            return {};
+        }
+        return *value;
+    });
+}
+
+Variant LocalObject::Invoke(std::int32_t dispid, CallKind kind, const Args& args) {
+    for (auto it = members_.rbegin(); it != members_.rend(); ++it) {
+        if (it->dispid != 0 && it->dispid == dispid) return it->fn(kind, args);
+    }
+    throw AutomationError(std::string(kErrMemberNotFound));
+}
+
+Variant LocalObject::InvokeByName(std::string_view name, CallKind kind, const Args& args) {
+    for (auto it = members_.rbegin(); it != members_.rend(); ++it) {
+        if (!it->name.empty() && it->name == name) return it->fn(kind, args);
+    }
+    throw AutomationError(std::string(kErrMemberNotFound));
+}
+
+bool LocalObject::Implements(std::string_view iid) const {
+    for (const std::string& own : iids_) {
+        if (SameIid(own, iid)) return true;
+    }
+    return false;
+}
+
+}  // namespace automation

@@ -1,0 +1,149 @@
+#include "automation/automation.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <cctype>
+#include <limits>
+
+namespace automation {
+namespace {
+
+[[noreturn]] void ThrowTypeMismatch() { throw AutomationError(std::string(kErrTypeMismatch)); }
+
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        unsigned char x = static_cast<unsigned char>(a[i]);
+        unsigned char y = static_cast<unsigned char>(b[i]);
+        if (std::tolower(x) != std::tolower(y)) return false;
+    }
+    return true;
+}
+
+std::string_view Trim(std::string_view s) {
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
+    return s;
+}
+
+// A whole text read as a decimal number (integral or not). False when it is not one.
+bool ParseNumber(std::string_view text, double& out) {
+    std::string_view s = Trim(text);
+    if (s.empty()) return false;
+    if (s.front() == '+') s.remove_prefix(1);
+    auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out);
+    return ec == std::errc() && end == s.data() + s.size();
+}
+
+}  // namespace
+
+bool Variant::AsBool() const {
+    if (Type() != VariantType::Bool) ThrowTypeMismatch();
+    return std::get<bool>(value_);
+}
+
+std::int16_t Variant::AsInt16() const {
+    if (Type() != VariantType::Int16) ThrowTypeMismatch();
+    return std::get<std::int16_t>(value_);
+}
+
+std::int32_t Variant::AsInt32() const {
+    if (Type() != VariantType::Int32) ThrowTypeMismatch();
+    return std::get<std::int32_t>(value_);
+}
+
+const std::string& Variant::AsString() const {
+    if (Type() != VariantType::String) ThrowTypeMismatch();
+    return std::get<std::string>(value_);
+}
+
+const ObjectRef& Variant::AsObject() const {
+    if (Type() != VariantType::Object) ThrowTypeMismatch();
+    return std::get<ObjectRef>(value_);
+}
+
+std::string Variant::ToString() const {
+    switch (Type()) {
+        case VariantType::Empty:
+            return "";
+        case VariantType::Bool:
+            return std::get<bool>(value_) ? "True" : "False";
+        case VariantType::Int16:
+            return std::to_string(std::get<std::int16_t>(value_));
+        case VariantType::Int32:
+            return std::to_string(std::get<std::int32_t>(value_));
+        case VariantType::String:
+            return std::get<std::string>(value_);
+        case VariantType::Object:
+            ThrowTypeMismatch();
+    }
+    ThrowTypeMismatch();
+}
+
+bool Variant::ToBool() const {
+    switch (Type()) {
+        case VariantType::Empty:
+            return false;
+        case VariantType::Bool:
+            return std::get<bool>(value_);
+        case VariantType::Int16:
+            return std::get<std::int16_t>(value_) != 0;
+        case VariantType::Int32:
+            return std::get<std::int32_t>(value_) != 0;
+        case VariantType::String: {
+            std::string_view s = Trim(std::get<std::string>(value_));
+            if (EqualsNoCase(s, "True")) return true;
+            if (EqualsNoCase(s, "False")) return false;
+            double number = 0;
+            if (ParseNumber(s, number)) return number != 0;
+            ThrowTypeMismatch();
+        }
+        case VariantType::Object:
+            ThrowTypeMismatch();
+    }
+    ThrowTypeMismatch();
+}
+
+std::int32_t Variant::ToInt32() const {
+    switch (Type()) {
+        case VariantType::Empty:
+            return 0;
+        case VariantType::Bool:
+            return std::get<bool>(value_) ? -1 : 0;
+        case VariantType::Int16:
+            return std::get<std::int16_t>(value_);
+        case VariantType::Int32:
+            return std::get<std::int32_t>(value_);
+        case VariantType::String: {
+            double number = 0;
+            if (!ParseNumber(std::get<std::string>(value_), number)) ThrowTypeMismatch();
+            if (number < std::numeric_limits<std::int32_t>::min() ||
+                number > std::numeric_limits<std::int32_t>::max()) {
+                throw AutomationError("Overflow");
+            }
+            return static_cast<std::int32_t>(std::nearbyint(number));
+        }
+        case VariantType::Object:
+            ThrowTypeMismatch();
+    }
+    ThrowTypeMismatch();
+}
+
+std::int16_t Variant::ToInt16() const {
+    std::int32_t v = ToInt32();
+    if (v < std::numeric_limits<std::int16_t>::min() ||
+        v > std::numeric_limits<std::int16_t>::max()) {
+        throw AutomationError("Overflow");
+    }
+    return static_cast<std::int16_t>(v);
+}
+
+ObjectRef Variant::ToObject() const {
+    if (IsEmpty()) return nullptr;
+    return AsObject();
+}
+
+bool Variant::operator==(const Variant& other) const { return value_ == other.value_; }
+
+}  // namespace automation
