@@ -1,0 +1,92 @@
+// Automation objects of another process, reached over a stream socket.
+//
+// A host runs a `Server` on an address; a caller `Connect`s to it and gets a proxy for the
+// connection's root object. Proxies are ordinary `Object`s: every call is one round trip, an
+// error raised by the host comes back as `AutomationError` with the host's description, and
+// objects in arguments and results travel as handles, so the same remote object always gives
+// the same proxy and a proxy handed back to its host arrives there as the host's own object.
+//
+// Addresses: "unix:/path/to.sock" or "tcp:HOST:PORT" (port 0 on a server picks a free port).
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "automation/automation.h"
+
+namespace automation::rpc {
+
+// Frames larger than this are refused without being read.
+inline constexpr std::size_t kMaxFrameSize = 16u * 1024u * 1024u;
+
+struct ClientOptions {
+    // How long a call, or the connection itself, waits for the server before giving up.
+    std::chrono::milliseconds timeout{30000};
+    // How long a caller polls for a reply without sleeping before it blocks: most replies
+    // arrive within a few microseconds, and waking a sleeping process costs far more.
+    std::chrono::microseconds spin{100};
+    std::size_t maxFrameSize = kMaxFrameSize;
+};
+
+// Connects to the server at `address` and returns its root object for this connection.
+// Raises AutomationError when nothing answers there or the server refuses the connection.
+// The connection closes when the last proxy obtained through it is dropped.
+ObjectRef Connect(const std::string& address, const ClientOptions& options = {});
+
+// Who is on the other end of a server connection.
+struct ConnectionInfo {
+    std::uint64_t id = 0;  // unique per server, counting from 1
+    std::string peer;      // "unix" or "HOST:PORT"
+};
+
+// Gives the root object of a new connection; may raise AutomationError to refuse it.
+using RootFactory = std::function<ObjectRef(const ConnectionInfo&)>;
+
+struct ServerOptions {
+    // How long the server polls for the next request after answering one before it sleeps.
+    std::chrono::microseconds spin{100};
+    std::size_t maxFrameSize = kMaxFrameSize;
+    // When set, held around every call into the host, so that a host with threads of its
+    // own can serialise them with the calls of its clients.
+    std::mutex* hostMutex = nullptr;
+};
+
+// Serves automation objects to any number of connections. All calls into the host run on
+// the thread of `Run`, one at a time, in the order they arrive.
+class Server {
+public:
+    explicit Server(RootFactory factory, ServerOptions options = {});
+    ~Server();  // stops, joins the thread of Start, closes every connection
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    // Opens the listening socket. Raises AutomationError when the address is malformed, taken,
+    // or (for a Unix socket) another live server answers on it; a stale socket file is removed.
+    void Listen(const std::string& address);
+    // The address being listened on, with the actual port of "tcp:HOST:0".
+    std::string Address() const;
+
+    // Serves until Stop; returns at once when Listen has not succeeded.
+    void Run();
+    // Runs `Run` on a thread of its own (for tests and for hosts with a user interface).
+    void Start();
+    // Makes Run return soon; safe to call from a signal handler and from any thread.
+    void Stop();
+    // Waits for the thread of Start to end.
+    void Join();
+
+    // Handles held for clients, over all connections (for tests and diagnostics).
+    std::size_t HandleCount() const;
+
+    struct State;
+
+private:
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace automation::rpc

@@ -1,0 +1,345 @@
+// The client side: one connection per Connect, one proxy per remote object.
+#include "automation/rpc.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <unordered_map>
+#include <utility>
+
+#include "automation/rpc_frame.h"
+#include "automation/rpc_internal.h"
+
+namespace automation::rpc {
+namespace {
+
+using detail::Clock;
+
+class Proxy;
+
+class Connection : public std::enable_shared_from_this<Connection> {
+public:
+    Connection(int fd, const ClientOptions& options) : fd_(fd), options_(options) {}
+    ~Connection() { close(fd_); }
+
+    ObjectRef Hello();
+    Variant Call(std::uint32_t handle, CallKind kind, std::int32_t dispid, std::string_view name,
+                 bool byName, const Args& args);
+    bool Implements(std::uint32_t handle, std::string_view iid);
+    // The proxy `who` of `handle` is gone, having received the handle `count` times.
+    void Release(std::uint32_t handle, std::uint32_t count, const Proxy* who);
+
+private:
+    Variant Roundtrip(Message& request);
+    void Send(const std::string& frame);
+    Message Receive(std::uint32_t requestId);
+    void ReadMore(Clock::time_point deadline);
+    void AppendReleases(std::string& frame);
+    [[noreturn]] void Break(std::string reason);
+    WireValue ToWire(const Variant& v) const;
+    Variant FromWire(const WireValue& v);
+    ObjectRef ProxyFor(std::uint32_t handle);
+
+    int fd_;
+    ClientOptions options_;
+    // Held for a whole round trip, so that calls from several threads do not interleave.
+    // Recursive because a proxy dropped during a call flushes its release on the same thread.
+    std::recursive_mutex call_;
+    std::string in_;
+    std::uint32_t nextId_ = 1;
+    std::string broken_;  // why the connection is unusable; "" while it works
+
+    struct Entry {
+        const Proxy* proxy;
+        std::weak_ptr<Proxy> ref;
+    };
+    std::mutex table_;  // guards proxies_ and releases_: proxies die on any thread
+    std::unordered_map<std::uint32_t, Entry> proxies_;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> releases_;
+};
+
+class Proxy : public Object {
+public:
+    Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle)
+        : connection_(std::move(connection)), handle_(handle) {}
+    ~Proxy() override { connection_->Release(handle_, received_.load(), this); }
+
+    Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override {
+        return connection_->Call(handle_, kind, dispid, {}, /*byName=*/false, args);
+    }
+    Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) override {
+        return connection_->Call(handle_, kind, 0, name, /*byName=*/true, args);
+    }
+    // Answers come from the host once per interface and are kept: an object does not
+    // change its kind, and casts are frequent.
+    bool Implements(std::string_view iid) const override {
+        {
+            std::lock_guard lock(cacheMutex_);
+            for (const auto& [known, answer] : implements_) {
+                if (SameIid(known, iid)) return answer;
+            }
+        }
+        bool answer = connection_->Implements(handle_, iid);
+        std::lock_guard lock(cacheMutex_);
+        implements_.emplace_back(std::string(iid), answer);
+        return answer;
+    }
+
+    const Connection* Owner() const { return connection_.get(); }
+    std::uint32_t Handle() const { return handle_; }
+    void CountReceived() { received_.fetch_add(1); }
+
+private:
+    std::shared_ptr<Connection> connection_;
+    std::uint32_t handle_;
+    std::atomic<std::uint32_t> received_{1};
+    mutable std::mutex cacheMutex_;
+    mutable std::vector<std::pair<std::string, bool>> implements_;
+};
+
+void Connection::Break(std::string reason) {
+    broken_ = std::move(reason);
+    shutdown(fd_, SHUT_RDWR);
+    throw AutomationError(broken_);
+}
+
+ObjectRef Connection::ProxyFor(std::uint32_t handle) {
+    std::lock_guard lock(table_);
+    auto it = proxies_.find(handle);
+    if (it != proxies_.end()) {
+        if (auto existing = it->second.ref.lock()) {
+            existing->CountReceived();
+            return existing;
+        }
+    }
+    // A proxy of this handle may be dying on another thread; its release counts only what it
+    // received, so the host keeps the handle alive for the new proxy.
+    auto proxy = std::make_shared<Proxy>(shared_from_this(), handle);
+    proxies_[handle] = Entry{proxy.get(), proxy};
+    return proxy;
+}
+
+WireValue Connection::ToWire(const Variant& v) const {
+    switch (v.Type()) {
+        case VariantType::Empty:
+            return {};
+        case VariantType::Bool:
+            return v.AsBool();
+        case VariantType::Int16:
+            return v.AsInt16();
+        case VariantType::Int32:
+            return v.AsInt32();
+        case VariantType::String:
+            return v.AsString();
+        case VariantType::Object: {
+            const ObjectRef& obj = v.AsObject();
+            if (!obj) return ObjectHandle{0};
+            auto* proxy = dynamic_cast<const Proxy*>(obj.get());
+            if (proxy == nullptr || proxy->Owner() != this) {
+                throw AutomationError(
+                    "only objects of the same server can be passed to it as arguments");
+            }
+            return ObjectHandle{proxy->Handle()};
+        }
+    }
+    return {};
+}
+
+Variant Connection::FromWire(const WireValue& v) {
+    switch (static_cast<VariantType>(v.index())) {
+        case VariantType::Empty:
+            return {};
+        case VariantType::Bool:
+            return std::get<bool>(v);
+        case VariantType::Int16:
+            return std::get<std::int16_t>(v);
+        case VariantType::Int32:
+            return std::get<std::int32_t>(v);
+        case VariantType::String:
+            return std::get<std::string>(v);
+        case VariantType::Object: {
+            std::uint32_t id = std::get<ObjectHandle>(v).id;
+            if (id == 0) return ObjectRef{};
+            return ProxyFor(id);
+        }
+    }
+    return {};
+}
+
+void Connection::AppendReleases(std::string& frame) {
+    std::lock_guard lock(table_);
+    for (auto [handle, count] : releases_) {
+        Message release;
+        release.type = MessageType::Release;
+        release.handle = handle;
+        release.count = count;
+        EncodeFrame(release, frame);
+    }
+    releases_.clear();
+}
+
+void Connection::Release(std::uint32_t handle, std::uint32_t count, const Proxy* who) {
+    {
+        std::lock_guard lock(table_);
+        auto it = proxies_.find(handle);
+        if (it != proxies_.end() && it->second.proxy == who) proxies_.erase(it);
+        releases_.emplace_back(handle, count);
+    }
+    // Send now when no call is under way; otherwise the release goes with the next request.
+    std::unique_lock lock(call_, std::try_to_lock);
+    if (!lock.owns_lock() || !broken_.empty()) return;
+    std::string frame;
+    AppendReleases(frame);
+    if (frame.empty()) return;
+    try {
+        Send(frame);
+    } catch (const AutomationError&) {
+        // The connection is gone, and with it every handle: nothing left to release.
+    }
+}
+
+void Connection::Send(const std::string& frame) {
+    auto deadline = Clock::now() + options_.timeout;
+    std::size_t done = 0;
+    while (done < frame.size()) {
+        ssize_t n = send(fd_, frame.data() + done, frame.size() - done, MSG_NOSIGNAL);
+        if (n >= 0) {
+            done += static_cast<std::size_t>(n);
+            continue;
+        }
+        if (errno == EINTR) continue;
+        if (errno != EAGAIN && errno != EWOULDBLOCK) {
+            Break("the connection to the server was lost: " + detail::ErrnoText());
+        }
+        pollfd p{fd_, POLLOUT, 0};
+        if (poll(&p, 1, detail::MillisecondsUntil(deadline)) == 0) {
+            Break("the server did not accept a request within " +
+                  detail::FormatSeconds(options_.timeout));
+        }
+    }
+}
+
+// Reads what has arrived. Polls without sleeping for the spin time first: a reply usually
+// comes within microseconds, and a sleeping process takes far longer to wake.
+void Connection::ReadMore(Clock::time_point deadline) {
+    char buf[65536];
+    auto spinEnd = Clock::now() + options_.spin;
+    for (;;) {
+        ssize_t n = recv(fd_, buf, sizeof buf, MSG_DONTWAIT);
+        if (n > 0) {
+            in_.append(buf, static_cast<std::size_t>(n));
+            return;
+        }
+        if (n == 0) Break("the server closed the connection");
+        if (errno == EINTR) continue;
+        if (errno == ECONNRESET || errno == EPIPE) Break("the server closed the connection");
+        if (errno != EAGAIN && errno != EWOULDBLOCK) {
+            Break("the connection to the server was lost: " + detail::ErrnoText());
+        }
+        auto now = Clock::now();
+        if (now < spinEnd) {
+            detail::CpuRelax();
+            continue;
+        }
+        if (now >= deadline) {
+            Break("the server did not answer within " + detail::FormatSeconds(options_.timeout));
+        }
+        pollfd p{fd_, POLLIN, 0};
+        poll(&p, 1, detail::MillisecondsUntil(deadline));
+    }
+}
+
+Message Connection::Receive(std::uint32_t requestId) {
+    auto deadline = Clock::now() + options_.timeout;
+    for (;;) {
+        Message reply;
+        FrameResult result = DecodeFrame(in_, reply, options_.maxFrameSize);
+        if (result.status == FrameStatus::Incomplete) {
+            ReadMore(deadline);
+            continue;
+        }
+        if (!result) {
+            Break(std::string("the server sent a malformed reply: ") + result.Description());
+        }
+        in_.erase(0, result.size);
+        bool isAnswer = reply.type == MessageType::Reply || reply.type == MessageType::Error;
+        // An error without a request id is the server refusing the connection itself.
+        if (reply.type == MessageType::Error && reply.requestId == 0) {
+            Break("the server closed the connection: " + reply.text);
+        }
+        if (!isAnswer || reply.requestId != requestId) {
+            Break("the server sent a reply to no request of ours");
+        }
+        return reply;
+    }
+}
+
+Variant Connection::Roundtrip(Message& request) {
+    std::lock_guard lock(call_);
+    if (!broken_.empty()) throw AutomationError(broken_);
+    request.requestId = nextId_++;
+    if (nextId_ == 0) nextId_ = 1;  // 0 marks messages that answer no request
+    std::string frame;
+    AppendReleases(frame);
+    std::size_t start = frame.size();
+    EncodeFrame(request, frame);
+    if (frame.size() - start - kLengthSize > options_.maxFrameSize) {
+        throw AutomationError("the call is too large to send");
+    }
+    Send(frame);
+    Message reply = Receive(request.requestId);
+    if (reply.type == MessageType::Error) throw AutomationError(reply.text);
+    return FromWire(reply.values.front());
+}
+
+ObjectRef Connection::Hello() {
+    Message hello;
+    hello.type = MessageType::Hello;
+    hello.text = kHelloMagic;
+    hello.count = kProtocolVersion;
+    Variant root = Roundtrip(hello);
+    if (!root.IsObject() || !root.AsObject()) {
+        throw AutomationError("the server offered no object");
+    }
+    return root.AsObject();
+}
+
+Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                         std::string_view name, bool byName, const Args& args) {
+    if (args.size() > 0xffff) throw AutomationError(std::string(kErrBadArgCount));
+    Message call;
+    call.type = MessageType::Call;
+    call.handle = handle;
+    call.kind = kind;
+    call.byName = byName;
+    call.dispid = dispid;
+    call.text = name;
+    call.values.reserve(args.size());
+    for (const Variant& arg : args) call.values.push_back(ToWire(arg));
+    return Roundtrip(call);
+}
+
+bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
+    Message ask;
+    ask.type = MessageType::Implements;
+    ask.handle = handle;
+    ask.text = iid;
+    return Roundtrip(ask).ToBool();
+}
+
+}  // namespace
+
+ObjectRef Connect(const std::string& address, const ClientOptions& options) {
+    detail::Address parsed;
+    std::string error;
+    if (!detail::ParseAddress(address, parsed, error)) throw AutomationError(error);
+    int fd = detail::ConnectSocket(parsed, options.timeout, error);
+    if (fd < 0) throw AutomationError("no automation server answers at " + address + ": " + error);
+    auto connection = std::make_shared<Connection>(fd, options);
+    return connection->Hello();
+}
+
+}  // namespace automation::rpc

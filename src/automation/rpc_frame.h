@@ -1,0 +1,90 @@
+// The frames of the automation protocol, as pure functions on byte buffers.
+//
+// A frame is a 32-bit little-endian length (of what follows it), a message type byte, a 32-bit
+// request id and the message's fields. Integers are little-endian; a text is a 32-bit length
+// and its UTF-8 bytes; a value is a type byte (the order of `VariantType`) and its data, an
+// object being a 32-bit handle (0 for no object). Every request but a release carries an id
+// that its reply repeats, so that replies can later be matched to calls sent ahead of them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "automation/automation.h"
+#include "automation/rpc.h"
+
+namespace automation::rpc {
+
+enum class MessageType : std::uint8_t {
+    Hello = 1,       // client: text = kHelloMagic, count = protocol version; reply: root object
+    Call = 2,        // client: handle, kind, dispid or name, values = arguments
+    Implements = 3,  // client: handle, text = interface id; reply: Boolean
+    Release = 4,     // client: handle, count = times received; no reply
+    Reply = 5,       // server: values = the one result
+    Error = 6,       // server: text = error description
+};
+
+inline constexpr std::string_view kHelloMagic = "corvansil-rpc";
+inline constexpr std::uint32_t kProtocolVersion = 1;
+
+// An object as it travels: a handle in the table of the connection's server side.
+struct ObjectHandle {
+    std::uint32_t id = 0;
+    bool operator==(const ObjectHandle&) const = default;
+};
+
+// A `Variant` on the wire; alternatives in the order of `VariantType`.
+using WireValue =
+    std::variant<std::monostate, bool, std::int16_t, std::int32_t, std::string, ObjectHandle>;
+
+struct Message {
+    MessageType type = MessageType::Reply;
+    std::uint32_t requestId = 0;
+    std::uint32_t handle = 0;  // Call, Implements, Release: the object addressed
+    CallKind kind = CallKind::Method;
+    bool byName = false;       // Call: text names the member instead of dispid
+    std::int32_t dispid = 0;
+    std::uint32_t count = 0;   // Release: times received; Hello: protocol version
+    std::string text;          // member name, interface id, error description or hello magic
+    std::vector<WireValue> values;
+
+    bool operator==(const Message&) const = default;
+};
+
+enum class FrameStatus : std::uint8_t {
+    Ok,
+    Incomplete,     // the buffer holds only the start of a frame; read more
+    TooLarge,       // the length prefix exceeds the limit; nothing was allocated for it
+    TooShort,       // the length prefix is below the smallest possible frame
+    Truncated,      // a field runs past the end of the frame
+    BadType,        // unknown message type
+    BadField,       // a call kind, flag, value type or Boolean out of range
+    TrailingBytes,  // the frame is longer than its fields
+};
+
+struct FrameResult {
+    FrameStatus status = FrameStatus::Ok;
+    std::size_t offset = 0;  // where decoding stopped, from the start of the buffer
+    std::size_t size = 0;    // Ok: bytes the frame took; Incomplete: bytes it needs (0: unknown)
+
+    explicit operator bool() const { return status == FrameStatus::Ok; }
+    const char* Description() const;
+};
+
+// Bytes of the length prefix and of the smallest frame body (type and request id).
+inline constexpr std::size_t kLengthSize = 4;
+inline constexpr std::size_t kMinBodySize = 5;
+
+// Decodes the frame at the start of `buffer` into `out`. A frame whose length prefix exceeds
+// `maxFrameSize` is refused as soon as the prefix has been seen.
+FrameResult DecodeFrame(std::string_view buffer, Message& out,
+                        std::size_t maxFrameSize = kMaxFrameSize);
+
+// Appends the frame of `message` to `out`. The caller keeps argument counts below 65536.
+void EncodeFrame(const Message& message, std::string& out);
+
+}  // namespace automation::rpc

@@ -1,0 +1,70 @@
+// Socket helpers shared by the client and the server side of the automation protocol.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace automation::rpc::detail {
+
+using Clock = std::chrono::steady_clock;
+
+struct Address {
+    bool isUnix = false;
+    std::string path;  // unix
+    std::string host;  // tcp
+    std::string port;  // tcp
+};
+
+// Reads "unix:/path" or "tcp:HOST:PORT" (HOST may be bracketed for IPv6). False when the text
+// is neither; `error` then says why.
+bool ParseAddress(const std::string& text, Address& out, std::string& error);
+
+// A connected, non-blocking stream socket, or -1 with `error` set. Waits at most `timeout`
+// for a TCP connection to be accepted.
+int ConnectSocket(const Address& address, std::chrono::milliseconds timeout, std::string& error);
+
+// Lets a TCP socket send small frames at once instead of waiting to fill a segment.
+void SetNoDelay(int fd);
+bool SetNonBlocking(int fd);
+
+// Tells the processor that this is a busy-wait loop, so that a sibling hardware thread (often
+// the one running our peer) gets the core's resources meanwhile.
+inline void CpuRelax() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
+// The listening socket of a server.
+struct Listener {
+    Listener() = default;
+    ~Listener();
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    // Raises AutomationError when the address cannot be listened on. For a Unix socket,
+    // creates a missing parent directory (0700), refuses a socket another server answers on,
+    // and removes a stale one.
+    void Open(const std::string& text);
+    // An accepted, non-blocking connection, or -1 when none is waiting.
+    int Accept(std::string& peer);
+
+    int fd = -1;
+    std::string address;  // as given, with the actual port for "tcp:HOST:0"
+
+private:
+    bool isUnix_ = false;
+    std::string path_;
+    unsigned long long device_ = 0, inode_ = 0;  // of the socket file we created
+};
+
+// Milliseconds from now until `deadline`, rounded up, for poll(); 0 when it has passed.
+int MillisecondsUntil(Clock::time_point deadline);
+
+// "30 s", "0.25 s": a duration as people read it in an error text.
+std::string FormatSeconds(std::chrono::milliseconds d);
+
+// The text of the current errno.
+std::string ErrnoText();
+
+}  // namespace automation::rpc::detail
