@@ -1,0 +1,151 @@
+// Writing Petal text in the modelling tool's own layout, so that an unchanged tree gives back
+// the bytes it was read from and edited parts look as if the tool had written them.
+#include "hosts/rose/petal/petal.h"
+#include "hosts/rose/petal/petal_internal.h"
+
+namespace petal {
+namespace {
+
+class Writer {
+public:
+    Writer(LineEnd lineEnd, int charSet, const ObjectSubstitute& substitute)
+        : eol_(lineEnd == LineEnd::CrLf ? "\r\n" : "\n"), codec_(charSet), substitute_(substitute) {}
+
+    std::string Finish(const Object& header, const Object& root) {
+        out_ += eol_;
+        WriteObject(header, 0);
+        out_ += eol_;
+        out_ += eol_;
+        WriteObject(root, 0);
+        out_ += eol_;
+        return std::move(out_);
+    }
+
+private:
+    // A line with `depth` parentheses open at its start is indented 4 columns per level:
+    // a tab for every two levels and four spaces for an odd one.
+    void Indent(int depth) {
+        out_.append(static_cast<size_t>(depth / 2), '\t');
+        if (depth % 2 != 0) out_ += "    ";
+    }
+
+    void WriteObject(const Object& object, int depth) {
+        const Object* o = &object;
+        if (substitute_) {
+            if (const Object* other = substitute_(object)) o = other;
+        }
+        out_ += "(object ";
+        out_ += o->kind;
+        for (const std::string& name : o->names) {
+            out_ += ' ';
+            WriteQuoted(name);
+        }
+        if (o->tag != 0) {
+            out_ += " @";
+            out_ += std::to_string(o->tag);
+        }
+        for (const Field& field : o->fields) {
+            out_ += eol_;
+            Indent(depth + 1);
+            // Keys are padded to at least 11 columns, with one space at least, then a tab.
+            out_ += field.key;
+            size_t width = field.key.size() + 1 < 11 ? 11 : field.key.size() + 1;
+            out_.append(width - field.key.size(), ' ');
+            out_ += '\t';
+            WriteValue(field.value, depth + 1);
+        }
+        out_ += ')';
+    }
+
+    static bool NeedsBlock(const Value& v) {
+        return v.block || v.text.find_first_of("\"\n") != std::string::npos;
+    }
+
+    void WriteQuoted(std::string_view utf8) {
+        out_ += '"';
+        for (char c : codec_.Encode(utf8)) {
+            if (c == '\\') out_ += '\\';
+            out_ += c;
+        }
+        out_ += '"';
+    }
+
+    // A '|' block ends the current line, gives one '|' line per line of text, and leaves the
+    // next line indented as the line the block belongs to.
+    void WriteBlock(std::string_view utf8, int depth) {
+        std::string bytes = codec_.Encode(utf8);
+        out_ += eol_;
+        size_t start = 0;
+        while (true) {
+            size_t end = bytes.find('\n', start);
+            out_ += '|';
+            out_.append(bytes, start, end == std::string::npos ? std::string::npos : end - start);
+            out_ += eol_;
+            if (end == std::string::npos) break;
+            start = end + 1;
+        }
+        Indent(depth);
+    }
+
+    void WriteText(const Value& v, int depth) {
+        if (NeedsBlock(v)) return WriteBlock(v.text, depth);
+        WriteQuoted(v.text);
+    }
+
+    void WriteValue(const Value& v, int depth) {
+        switch (v.kind) {
+            case ValueKind::String: return WriteText(v, depth);
+            case ValueKind::Integer:
+            case ValueKind::Float: out_ += v.text; return;
+            case ValueKind::Boolean: out_ += v.boolean ? "TRUE" : "FALSE"; return;
+            case ValueKind::Tag:
+                out_ += '@';
+                out_ += v.text;
+                return;
+            case ValueKind::Point:
+                out_ += '(' + std::to_string(v.x) + ", " + std::to_string(v.y) + ')';
+                return;
+            case ValueKind::Enum:
+                out_ += '(';
+                WriteQuoted(v.text);
+                out_ += ' ' + std::to_string(v.x) + ')';
+                return;
+            case ValueKind::TypedText:
+                out_ += "(value " + v.name + ' ';
+                WriteText(v, depth);
+                out_ += ')';
+                return;
+            case ValueKind::Object:
+                if (v.object) WriteObject(*v.object, depth);
+                return;
+            case ValueKind::List:
+                out_ += "(list";
+                if (!v.name.empty()) out_ += ' ' + v.name;
+                for (const Value& item : v.items) {
+                    out_ += eol_;
+                    Indent(depth + 1);
+                    WriteValue(item, depth + 1);
+                }
+                out_ += ')';
+                return;
+        }
+    }
+
+    std::string out_;
+    std::string eol_;
+    detail::TextCodec codec_;
+    const ObjectSubstitute& substitute_;
+};
+
+}  // namespace
+
+std::string WriteDocument(const Object& header, const Object& root, LineEnd lineEnd,
+                          const ObjectSubstitute& substitute) {
+    return Writer(lineEnd, detail::HeaderCharSet(header), substitute).Finish(header, root);
+}
+
+std::string WriteDocument(const File& file, const ObjectSubstitute& substitute) {
+    return WriteDocument(file.header, file.root, file.lineEnd, substitute);
+}
+
+}  // namespace petal
