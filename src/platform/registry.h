@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace platform {
 
@@ -32,6 +34,7 @@ inline constexpr LONG ERROR_SUCCESS = 0;
 inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
 inline constexpr LONG ERROR_ACCESS_DENIED = 5;
 inline constexpr LONG ERROR_INVALID_HANDLE = 6;
+inline constexpr LONG ERROR_WRITE_FAULT = 29;
 inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
 inline constexpr LONG ERROR_BADDB = 1009;  // the registry file is damaged
 inline constexpr DWORD REG_SZ = 1;
@@ -46,5 +49,29 @@ LONG RegCreateKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD Reserved, LPSTR lpClass, 
 LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType,
                     const BYTE* lpData, DWORD cbData);
 LONG RegCloseKey(HKEY hKey);
+
+// How the file behaves, beyond the Windows contract:
+// - keys are created with their missing parents; key paths and value names are compared
+//   without regard to letter case and keep the spelling of their first creation;
+// - every change is a read-modify-write of the whole file under an exclusive lock (a
+//   ".lock" file beside it), written to a temporary file and renamed over the old one, so two
+//   installations running at once lose nothing and a reader never sees half a file;
+// - a file that is not a REGEDIT4 text is left untouched and every call that needs it fails
+//   with ERROR_BADDB;
+// - only REG_SZ values can be set; values of other types already in the file are kept as
+//   they are.
+
+// The path of the file that holds HKEY_LOCAL_MACHINE.
+std::string RegistryFilePath();
+
+// Reads the REG_SZ value `valueName` ("" for the default value) of the key `keyPath` under
+// HKEY_LOCAL_MACHINE, for example "SOFTWARE\Rational Software\Rose\AddIns\Tavro". False
+// when the key, the value or a readable file is missing, or the value is not a string.
+bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName,
+                       std::string& out);
+
+// The names of the direct sub-keys of `keyPath` under HKEY_LOCAL_MACHINE, in the file's
+// order (sorted); empty when there are none or the file cannot be read.
+std::vector<std::string> ListRegistrySubkeys(const std::string& keyPath);
 
 }  // namespace platform
