@@ -85,8 +85,13 @@ void DrawEmblem(QPainter& p) {
         double r = degrees * M_PI / 180.0;
         return QPointF(kEmblem.x() + radius * std::cos(r), kEmblem.y() - radius * std::sin(r));
     };
-    DrawArrowHead(p, at(257), (257 - 90) * -M_PI / 180.0, QColor(240, 120, 62));
-    DrawArrowHead(p, at(77), (77 - 90) * -M_PI / 180.0, QColor(56, 140, 240));
+    // Each head sits just past its arc's end and points along the arc's counter-clockwise run.
+    auto along = [](double degrees) {
+        double r = degrees * M_PI / 180.0;
+        return std::atan2(-std::cos(r), -std::sin(r));
+    };
+    DrawArrowHead(p, at(262), along(262), QColor(240, 112, 60));
+    DrawArrowHead(p, at(82), along(82), QColor(52, 126, 240));
 
     // The core: a class box facing a database drum.
     QRadialGradient core(kEmblem, 52);
