@@ -1,0 +1,102 @@
+// The object classes behind objects.h, shared by the folder's files.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hosts/tavro/objects/objects.h"
+#include "hosts/tavro/xml/dictionary.h"
+
+namespace tavro::objects_internal {
+
+using automation::Args;
+using automation::CallKind;
+using automation::ObjectRef;
+using automation::Variant;
+
+// An object whose members are found by name, without regard to letter case. Dispatch ids
+// mean nothing on this side: every call comes by name.
+// A refusal of the store reaches the caller as an automation error with the store's text.
+class NamedObject : public automation::Object {
+public:
+    Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override;
+    Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) final;
+    bool Implements(std::string_view iid) const override;
+
+protected:
+    virtual Variant Dispatch(std::string_view name, CallKind kind, const Args& args) = 0;
+};
+
+// Argument `index` of a call, raising "Invalid number of parameters" when it is missing.
+const Variant& Arg(const Args& args, std::size_t index);
+// The argument at `index` as text, "" when it was left out.
+std::string OptionalText(const Args& args, std::size_t index);
+// Raises the automation layer's "Member not found".
+[[noreturn]] void MemberNotFound();
+// Raises an error with the store's text, as the server reports a refused operation.
+[[noreturn]] void Refuse(const std::string& text);
+
+// A character stream: text written in pieces and read back whole.
+class StreamObject : public NamedObject {
+public:
+    Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
+    std::string data;
+};
+
+// A definition of a property or method, the item it edits shared with its parameter array.
+class ItemObject : public NamedObject {
+public:
+    ItemObject(SessionRef session, ItemKind kind, std::string parent, std::string name);
+    Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
+
+    SessionRef session;
+    std::string parent;  // the class the member belongs to
+    std::shared_ptr<Item> item;
+    ObjectRef parameters;  // the property's type parameters (no object for a method)
+};
+
+// The Properties or Methods of a class definition.
+class CollectionObject : public NamedObject {
+public:
+    explicit CollectionObject(ItemKind kind) : kind_(kind) {}
+    Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
+
+    ItemKind kind_;
+    std::string owner;  // the class name, given to inserted members as their parent
+    std::vector<std::shared_ptr<ItemObject>> items;
+};
+
+// A %Dictionary.ClassDefinition, new or opened from the store.
+class ClassObject : public NamedObject {
+public:
+    ClassObject(SessionRef session, ClassDef def, bool opened);
+    Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
+    // The definition as it stands, members included.
+    ClassDef Current() const;
+
+private:
+    Variant Save();
+    Variant Delete(const Args& args);
+
+    SessionRef session_;
+    ClassDef def_;
+    std::string openedId_;  // "" until the definition exists in the store
+    std::shared_ptr<CollectionObject> properties_;
+    std::shared_ptr<CollectionObject> methods_;
+};
+
+// Builds the object of an item loaded from the store.
+std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& parent, const Item& item);
+
+// The result set of the query "Summary".
+ObjectRef NewSummaryResultSet(SessionRef session);
+
+// An unsaved instance of the utility class, and the handle for its class methods.
+ObjectRef NewUtilityObject(SessionRef session);
+ObjectRef NewUtilityClassHandle(SessionRef session);
+// The handle of any other class: it has no class methods the add-in calls.
+ObjectRef NewPlainClassHandle();
+
+}  // namespace tavro::objects_internal

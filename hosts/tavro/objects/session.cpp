@@ -1,0 +1,141 @@
+#include "hosts/tavro/objects/objects.h"
+
+#include "hosts/tavro/objects/members.h"
+#include "hosts/tavro/objects/objects_internal.h"
+
+namespace tavro {
+
+namespace m = members;
+using namespace objects_internal;
+
+namespace {
+
+// A member id "Class:member" names a member of a class; an id without ':' names the member
+// of no class yet (it gets one when it is inserted).
+void SplitMemberId(const std::string& id, std::string& parent, std::string& member) {
+    std::size_t colon = id.find(':');
+    if (colon == std::string::npos) {
+        parent.clear();
+        member = id;
+        return;
+    }
+    parent = id.substr(0, colon);
+    member = id.substr(colon + 1);
+}
+
+class SessionObject : public NamedObject {
+public:
+    explicit SessionObject(SessionRef session) : session_(std::move(session)) {}
+
+    Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
+        if (SameName(name, m::kNewObject)) return NewObject(Arg(args, 0).ToString(), OptionalText(args, 1));
+        if (SameName(name, m::kOpenObjectById) || SameName(name, m::kLoadObjectById)) {
+            return OpenById(Arg(args, 0).ToString(), Arg(args, 1).ToString());
+        }
+        if (SameName(name, m::kClassHandle)) return ClassHandle(Arg(args, 0).ToString());
+        if (SameName(name, m::kOpenQuery)) return OpenQuery(Arg(args, 0).ToString(), Arg(args, 1).ToString());
+        if (SameName(name, m::kNamespace)) return session_->ns;
+        if (SameName(name, m::kUserName)) return session_->user;
+        MemberNotFound();
+    }
+
+private:
+    Variant NewObject(const std::string& className, const std::string& initial) {
+        if (SameName(className, m::kClassDefinition)) {
+            ClassDef def;
+            def.name = initial;
+            return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/false));
+        }
+        if (SameName(className, m::kPropertyDefinition) || SameName(className, m::kMethodDefinition)) {
+            ItemKind kind = SameName(className, m::kPropertyDefinition) ? ItemKind::Property : ItemKind::Method;
+            std::string parent, member;
+            SplitMemberId(initial, parent, member);
+            return ObjectRef(std::make_shared<ItemObject>(session_, kind, parent, member));
+        }
+        if (SameName(className, m::kUtility)) return NewUtilityObject(session_);
+        if (ClassExists(*session_->store, session_->ns, className)) {
+            Refuse("instances of " + className + " cannot be created through this connection");
+        }
+        Refuse("class " + className + " does not exist");
+    }
+
+    // Opens an existing definition; an id that names none is an error.
+    Variant OpenById(const std::string& className, const std::string& id) {
+        if (SameName(className, m::kClassDefinition)) {
+            ClassDef def;
+            if (!LoadClass(*session_->store, session_->ns, id, def)) {
+                Refuse("class definition " + id + " does not exist");
+            }
+            return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/true));
+        }
+        if (SameName(className, m::kPropertyDefinition) || SameName(className, m::kMethodDefinition)) {
+            bool property = SameName(className, m::kPropertyDefinition);
+            std::string parent, member;
+            SplitMemberId(id, parent, member);
+            ClassDef def;
+            if (LoadClass(*session_->store, session_->ns, parent, def)) {
+                for (const Item& item : property ? def.properties : def.methods) {
+                    if (SameName(item.name, member)) return ObjectRef(ItemObjectOf(session_, def.name, item));
+                }
+            }
+            Refuse(std::string(property ? "property" : "method") + " definition " + id + " does not exist");
+        }
+        Refuse("no object of class " + className + " has the id " + id);
+    }
+
+    Variant ClassHandle(const std::string& className) {
+        if (SameName(className, m::kUtility)) return NewUtilityClassHandle(session_);
+        if (!ClassExists(*session_->store, session_->ns, className)) Refuse("class " + className + " does not exist");
+        return NewPlainClassHandle();
+    }
+
+    Variant OpenQuery(const std::string& className, const std::string& queryName) {
+        if (SameName(className, m::kClassDefinition) && SameName(queryName, m::kSummaryQuery)) {
+            return NewSummaryResultSet(session_);
+        }
+        Refuse("query " + className + ":" + queryName + " does not exist");
+    }
+
+    SessionRef session_;
+};
+
+class LoginObject : public NamedObject {
+public:
+    explicit LoginObject(std::string dataDir) : dataDir_(std::move(dataDir)) {}
+
+    Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
+        if (!SameName(name, m::kLogin)) MemberNotFound();
+        SessionRef session = OpenSession(dataDir_, Arg(args, 0).ToString(), Arg(args, 1).ToString(),
+                                         Arg(args, 2).ToString());
+        return NewSessionObject(std::move(session));
+    }
+
+private:
+    std::string dataDir_;
+};
+
+}  // namespace
+
+SessionRef OpenSession(const std::string& dataDir, const std::string& ns, const std::string& user,
+                       const std::string& password) {
+    auto session = std::make_shared<Session>();
+    try {
+        session->store = OpenStore(dataDir);
+        // The same answer for an unknown user and a wrong password tells a guesser nothing.
+        if (!CheckPassword(*session->store, user, password)) Refuse("access denied: wrong user name or password");
+        if (SameName(ns, kSystemNamespace) || !NamespaceExists(*session->store, ns)) {
+            Refuse("access denied: no namespace " + ns);
+        }
+    } catch (const StoreError& error) {
+        Refuse(std::string("access denied: ") + error.what());
+    }
+    session->ns = ns;
+    session->user = user;
+    return session;
+}
+
+automation::ObjectRef NewSessionObject(SessionRef session) { return std::make_shared<SessionObject>(std::move(session)); }
+
+automation::ObjectRef NewLoginObject(const std::string& dataDir) { return std::make_shared<LoginObject>(dataDir); }
+
+}  // namespace tavro
