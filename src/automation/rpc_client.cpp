@@ -211,6 +211,7 @@ void Connection::Send(const std::string& frame) {
             continue;
         }
         if (errno == EINTR) continue;
+        if (errno == ECONNRESET || errno == EPIPE) Break("the server closed the connection");
         if (errno != EAGAIN && errno != EWOULDBLOCK) {
             Break("the connection to the server was lost: " + detail::ErrnoText());
         }

@@ -97,7 +97,10 @@ WireValue ReadValue(Reader& r) {
             return {};
         case 1: {
             std::uint8_t b = r.U8();
-            if (b > 1) r.Fail(FrameStatus::BadField);
+            if (r.status == FrameStatus::Ok && b > 1) {
+                --r.pos;  // point at the offending byte
+                r.Fail(FrameStatus::BadField);
+            }
             return b == 1;
         }
         case 2:
@@ -109,6 +112,7 @@ WireValue ReadValue(Reader& r) {
         case 5:
             return ObjectHandle{r.U32()};
         default:
+            --r.pos;
             r.Fail(FrameStatus::BadField);
             return {};
     }
