@@ -1,0 +1,228 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/platform.h"
+#include "platform/registry.h"
+#include "run/run.h"
+#include "window/window.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(CommandWord, ChoosesTheRunFromTheWholeLine) {
+    struct Case {
+        const char* line;
+        run::RunKind kind;
+        std::int16_t linkMode;
+        const char* host;
+    };
+    using K = run::RunKind;
+    const Case cases[] = {
+        {"EXPORT", K::Export, 1, "Rose"},
+        {"export", K::Export, 1, "Rose"},
+        {"  eXpOrT   ", K::Export, 1, "Rose"},
+        {"IMPORT", K::Import, 2, "Rose"},
+        {"datatypes", K::Datatypes, 3, "Rose"},
+        {" System", K::System, 4, "Rose"},
+        {"INSTALL", K::SilentInstall, 0, "Rose"},
+        {"install ", K::SilentInstall, 0, "Rose"},
+        {"EXPORT now", K::InteractiveInstall, 0, "Rose"},
+        {"EXPORT  IMPORT", K::InteractiveInstall, 0, "Rose"},
+        {"", K::InteractiveInstall, 0, "Rose"},
+        {"    ", K::InteractiveInstall, 0, "Rose"},
+        {"msvm", K::InteractiveInstall, 0, "MSVM"},
+        {" MSVM ", K::InteractiveInstall, 0, "MSVM"},
+        {"MSVM x", K::InteractiveInstall, 0, "Rose"},
+        {"EXPORTS", K::InteractiveInstall, 0, "Rose"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string("\"") + c.line + "\"");
+        const std::string word = run::CommandWord(c.line);
+        EXPECT_EQ(run::RunKindOf(word), c.kind);
+        EXPECT_EQ(run::LinkModeOf(run::RunKindOf(word)), c.linkMode);
+        EXPECT_EQ(run::HostWordFor(word), c.host);
+    }
+}
+
+TEST(GetInstallDirectory, DropsOneTrailingSeparator) {
+    struct Case {
+        const char* directory;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"/opt/corvansil", "/opt/corvansil"},
+        {"/opt/corvansil/", "/opt/corvansil"},
+        {"/", ""},
+        {"/opt//", "/opt/"},
+        {"/opt/My Tools", "/opt/My Tools"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.directory);
+        EXPECT_EQ(run::InstallDirectoryFrom(c.directory), c.expected);
+    }
+}
+
+TEST(GetInstallDirectory, IsTheDirectoryOfTheRunningProgram) {
+    EXPECT_EQ(run::GetInstallDirectory(), fs::read_symlink("/proc/self/exe").parent_path());
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// Records what `Main` asks of the windows and the platform, answers the install prompt with
+// `answer`, and puts the program in a fresh directory with its own registry file.
+struct Scripted {
+    explicit Scripted(platform::Answer answer) {
+        char pattern[] = "/tmp/corvansil-run-XXXXXX";
+        dir = mkdtemp(pattern);
+        registry = dir + "/registry.reg";
+        setenv("CORVANSIL_REGISTRY", registry.c_str(), 1);
+        savedExecutableDirectory = platform::ExecutableDirectoryOp();
+        platform::ExecutableDirectoryOp() = [this] { return dir + "/"; };
+
+        auto note = [this](std::string event) { events.push_back(std::move(event)); };
+        run::RunOps& ops = run::Ops();
+        ops.showStartUpModal = [note] { note("start-up modal"); };
+        ops.showStartUp = [note] { note("start-up"); };
+        ops.setStartUpProgress = [note](const std::string& text) { note("progress " + text); };
+        ops.startStartUpTimer = [note] { note("timer on"); };
+        ops.showTransferWindow = [note] {
+            note("transfer window, mode " + std::to_string(window::LinkMode));
+        };
+        ops.addTavroSpecialClasses = [note] {
+            note("special classes");
+            return true;
+        };
+        platform::UiOps& ui = platform::Ui();
+        ui.messageBox = [note, answer](const platform::MessageBoxRequest& box) {
+            bool okCancel = box.buttons == platform::Buttons::OkCancel;
+            bool question = box.icon == platform::Icon::Question;
+            note("box " + box.title + ": " + box.text + (okCancel ? " [OK Cancel]" : "") +
+                 (question ? " ?" : ""));
+            return answer;
+        };
+        ui.doEvents = [note] { note("events"); };
+        ui.endProcess = [note](int status) {
+            note("end " + std::to_string(status));
+            throw platform::ProcessEnded{status};
+        };
+    }
+    ~Scripted() {
+        unsetenv("CORVANSIL_REGISTRY");
+        run::ResetOps();
+        platform::ResetUi();
+        platform::ResetFiles();
+        platform::ExecutableDirectoryOp() = savedExecutableDirectory;
+        fs::remove_all(dir);
+    }
+    void Run(const std::string& line) {
+        try {
+            run::Main(line);
+        } catch (const platform::ProcessEnded&) {
+        }
+    }
+    std::string dir;
+    std::string registry;
+    std::vector<std::string> events;
+    std::function<std::string()> savedExecutableDirectory;
+};
+
+TEST(Main, DispatchesEachKindOfRun) {
+    using platform::Answer;
+    struct Case {
+        const char* line;
+        Answer answer;
+        std::vector<std::string> events;  // "<D>" stands for the install directory
+        const char* host;                 // nullptr: nothing installed
+    };
+    const std::string prompt =
+        "box Installation: Install Corvansil Version 1.0.0.1.0 in <D> [OK Cancel] ?";
+    const std::vector<std::string> installed = {
+        "start-up", "progress Installing ...", "events", "progress Installation Complete",
+        "timer on", "events"};
+    auto then = [](std::vector<std::string> a, const std::vector<std::string>& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    };
+    const Case cases[] = {
+        {"export", Answer::Cancel, {"start-up modal", "transfer window, mode 1"}, nullptr},
+        {"IMPORT", Answer::Cancel, {"start-up modal", "transfer window, mode 2"}, nullptr},
+        {"DataTypes",
+         Answer::Cancel,
+         {"start-up modal", "transfer window, mode 3", "special classes"},
+         nullptr},
+        {"SYSTEM",
+         Answer::Cancel,
+         {"start-up modal", "transfer window, mode 4", "special classes"},
+         nullptr},
+        {"INSTALL", Answer::Cancel, {"end 0"}, "Rose"},
+        {"", Answer::Cancel, {"start-up modal", prompt, "end 0"}, nullptr},
+        {"MSVM", Answer::Cancel, {"start-up modal", prompt, "end 0"}, nullptr},
+        {"", Answer::Ok, then({"start-up modal", prompt}, installed), "Rose"},
+        {"export now", Answer::Ok, then({"start-up modal", prompt}, installed), "Rose"},
+        {"msvm", Answer::Ok, then({"start-up modal", prompt}, installed), "MSVM"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string("\"") + c.line + "\"");
+        Scripted script(c.answer);
+        script.Run(c.line);
+
+        std::vector<std::string> expected;
+        for (std::string event : c.events) {
+            if (auto at = event.find("<D>"); at != std::string::npos)
+                event.replace(at, 3, script.dir);
+            expected.push_back(event);
+        }
+        EXPECT_EQ(script.events, expected);
+
+        if (c.host == nullptr) {
+            EXPECT_FALSE(fs::exists(script.registry));
+            EXPECT_FALSE(fs::exists(script.dir + "/Corvansil.mnu"));
+            EXPECT_FALSE(fs::exists(script.dir + "/Corvansil.pty"));
+            continue;
+        }
+        std::string installDir;
+        EXPECT_TRUE(platform::ReadRegistryValue(install::AddInKeyPath(c.host), "InstallDir",
+                                                installDir));
+        EXPECT_EQ(installDir, script.dir);
+        EXPECT_EQ(platform::ListRegistrySubkeys("SOFTWARE").size(), 1u);
+        EXPECT_EQ(ReadFile(script.dir + "/Corvansil.mnu"), install::MenuFileText(script.dir));
+        EXPECT_EQ(ReadFile(script.dir + "/Corvansil.pty"), install::PropertyFileText());
+    }
+}
+
+TEST(Main, EndsAnInstallationWhoseFileCannotBeWritten) {
+    Scripted script(platform::Answer::Ok);
+    const std::string missing = script.dir + "/gone";
+    platform::ExecutableDirectoryOp() = [missing] { return missing; };
+
+    std::string error;
+    try {
+        run::Main("INSTALL");
+    } catch (const platform::FileError& e) {
+        error = e.what();
+    }
+    EXPECT_EQ(error, "cannot create " + missing + "/Corvansil.mnu: No such file or directory");
+    std::string version;
+    EXPECT_TRUE(platform::ReadRegistryValue(install::AddInKeyPath("Rose"), "Version", version));
+    EXPECT_EQ(version, "1.0.0.1.0");
+
+    // The program shows what no routine trapped, then ends.
+    EXPECT_THROW(run::EndWithUntrappedError(platform::FileError(error)), platform::ProcessEnded);
+    EXPECT_EQ(script.events,
+              (std::vector<std::string>{"box Corvansil: " + error, "end 1"}));
+}
+
+}  // namespace
