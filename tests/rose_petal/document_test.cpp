@@ -1,0 +1,195 @@
+// Models with controlled units: finding units, warning about missing ones, saving safely.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include "hosts/rose/petal/petal.h"
+#include "test_util.h"
+
+namespace {
+
+using namespace petal;
+using petal_test::CountKind;
+using petal_test::FindNamed;
+using petal_test::ReadBytes;
+using petal_test::SamplesDir;
+
+const char* const kUnitFile = "org.eclipse.emf.ecore/model/org.eclipse.emf.Ecore.cat";
+
+// A writable copy of the sample folder holding Ecore.mdl and its unit.
+std::string CopyEcoreSample(const petal_test::TempDir& temp) {
+    petal_test::CopyTree(SamplesDir() + "/mdl/ecore", temp.path + "/ecore");
+    return temp.path + "/ecore";
+}
+
+PathMap MapOf(std::string symbol, std::string value) {
+    return [symbol, value](std::string_view asked) -> std::optional<std::string> {
+        if (asked == symbol) return value;
+        return std::nullopt;
+    };
+}
+
+std::set<std::string> FilesIn(const std::string& dir) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+        names.insert(entry.path().filename().string());
+    }
+    return names;
+}
+
+TEST(UnitFileCandidates, ResolvesPathMapSymbolsAndRelativeNames) {
+    struct Case {
+        const char* name;
+        const char* fileName;
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"symbol known", "$PLUGINS\\ecore\\model\\Ecore.cat",
+         {"/opt/plugins/ecore/model/Ecore.cat", "/models/ecore/model/Ecore.cat"}},
+        {"symbol unknown", "$OTHER\\Ecore.cat", {"/models/Ecore.cat"}},
+        {"model directory", "&\\units\\a.cat", {"/models/units/a.cat"}},
+        {"relative name", "units\\a.cat", {"/models/units/a.cat"}},
+        {"absolute path", "/srv/a.cat", {"/srv/a.cat"}},
+    };
+    PathMap map = MapOf("PLUGINS", "/opt/plugins/");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(UnitFileCandidates(c.fileName, "/models", map), c.expected);
+    }
+}
+
+TEST(DocumentLoad, LoadsAUnitFoundThroughTheEnvironment) {
+    if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
+    petal_test::TempDir temp;
+    std::string dir = CopyEcoreSample(temp);
+    ::setenv("VABASE_PLUGINS_PATH", dir.c_str(), 1);
+    Document doc;
+    ParseResult r = doc.Load(dir + "/Ecore.mdl");
+    ::unsetenv("VABASE_PLUGINS_PATH");
+    ASSERT_TRUE(r) << r.message;
+    EXPECT_TRUE(doc.warnings().empty());
+    EXPECT_EQ(doc.UnitPaths(), std::vector<std::string>{dir + "/" + kUnitFile});
+    Object* ecore = FindNamed(doc.model().root, "Class_Category", "ecore");
+    ASSERT_NE(ecore, nullptr);
+    EXPECT_TRUE(FindField(*ecore, "is_loaded")->boolean);
+    EXPECT_EQ(CountKind(doc.model().root, "Class"), 52);
+}
+
+TEST(DocumentLoad, WarnsAboutAMissingUnitAndKeepsItsStub) {
+    if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
+    petal_test::TempDir temp;
+    std::string dir = CopyEcoreSample(temp);
+    std::filesystem::remove(dir + "/" + kUnitFile);
+    Document doc;
+    ASSERT_TRUE(doc.Load(dir + "/Ecore.mdl", MapOf("VABASE_PLUGINS_PATH", dir)));
+    EXPECT_EQ(doc.warnings(),
+              std::vector<std::string>{
+                  "unit \"ecore\" not found: "
+                  "$VABASE_PLUGINS_PATH\\org.eclipse.emf.ecore\\model\\org.eclipse.emf.Ecore.cat"});
+    EXPECT_TRUE(doc.UnitPaths().empty());
+    Object* ecore = FindNamed(doc.model().root, "Class_Category", "ecore");
+    ASSERT_NE(ecore, nullptr);
+    EXPECT_FALSE(FindField(*ecore, "is_loaded")->boolean);
+
+    std::string before = ReadBytes(dir + "/Ecore.mdl");
+    ASSERT_EQ(doc.Save(), "");
+    EXPECT_EQ(ReadBytes(dir + "/Ecore.mdl"), before);
+}
+
+TEST(DocumentSave, WritesAnUnchangedModelAndUnitBackWithBackups) {
+    if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
+    petal_test::TempDir temp;
+    std::string dir = CopyEcoreSample(temp);
+    std::string model = dir + "/Ecore.mdl";
+    std::string unit = dir + "/" + kUnitFile;
+    std::string modelBytes = ReadBytes(model);
+    std::string unitBytes = ReadBytes(unit);
+    Document doc;
+    ASSERT_TRUE(doc.Load(model, MapOf("VABASE_PLUGINS_PATH", dir)));
+    ASSERT_EQ(doc.Save(), "");
+    EXPECT_EQ(ReadBytes(model), modelBytes);
+    EXPECT_EQ(ReadBytes(unit), unitBytes);
+    EXPECT_EQ(ReadBytes(model + ".bak"), modelBytes);
+    EXPECT_EQ(ReadBytes(unit + ".bak"), unitBytes);
+    EXPECT_EQ(FilesIn(dir), (std::set<std::string>{"Ecore.mdl", "Ecore.mdl.bak",
+                                                   "org.eclipse.emf.ecore"}));
+}
+
+TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElse) {
+    if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
+    petal_test::TempDir temp;
+    std::string dir = CopyEcoreSample(temp);
+    std::string model = dir + "/Ecore.mdl";
+    std::string unit = dir + "/" + kUnitFile;
+    std::string modelBytes = ReadBytes(model);
+    PathMap map = MapOf("VABASE_PLUGINS_PATH", dir);
+    Document doc;
+    ASSERT_TRUE(doc.Load(model, map));
+    Object* eclass = FindNamed(doc.model().root, "Class", "EClass");
+    ASSERT_NE(eclass, nullptr);
+    SetField(*eclass, "documentation", MakeString("A modelled class"));
+    Object attribute = NewObject("ClassAttribute", "tavroName", doc.NewQuid());
+    SetField(attribute, "type", MakeString("String"));
+    AppendObject(EnsureList(*eclass, "class_attributes", "class_attribute_list"),
+                 std::move(attribute));
+    ASSERT_EQ(doc.Save(), "");
+    EXPECT_EQ(ReadBytes(model), modelBytes);
+
+    Document reloaded;
+    ASSERT_TRUE(reloaded.Load(model, map));
+    EXPECT_TRUE(reloaded.warnings().empty());
+    EXPECT_EQ(reloaded.model().root, doc.model().root);
+    Object* again = FindNamed(reloaded.model().root, "Class", "EClass");
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(GetText(*again, "documentation"), "A modelled class");
+    // Diagrams, views and tool properties are nothing rose-host models; they must survive.
+    File originalModel;
+    File originalUnit;
+    ASSERT_TRUE(ParseDocument(modelBytes, originalModel));
+    ASSERT_TRUE(ParseDocument(ReadBytes(unit + ".bak"), originalUnit));
+    for (const char* kind : {"ClassView", "InheritView", "AssociationViewNew", "Attribute",
+                             "ClassDiagram", "Properties"}) {
+        SCOPED_TRACE(kind);
+        EXPECT_EQ(CountKind(reloaded.model().root, kind),
+                  CountKind(originalModel.root, kind) + CountKind(originalUnit.root, kind));
+    }
+    EXPECT_EQ(CountKind(reloaded.model().root, "ClassAttribute"),
+              CountKind(originalUnit.root, "ClassAttribute") + 1);
+}
+
+TEST(DocumentNewQuid, GivesQuidsNoLoadedFileUses) {
+    if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
+    Document doc;
+    ASSERT_TRUE(doc.Load(SamplesDir() + "/mdl/library.mdl"));
+    std::set<std::string> seen;
+    VisitObjects(doc.model().root, [&](const Object& o) { seen.insert(GetText(o, "quid")); });
+    for (int i = 0; i < 2000; ++i) {
+        std::string quid = doc.NewQuid();
+        ASSERT_EQ(quid.size(), 12u);
+        EXPECT_EQ(quid.find_first_not_of("0123456789ABCDEF"), std::string::npos);
+        EXPECT_TRUE(seen.insert(quid).second) << quid;
+    }
+}
+
+TEST(SaveFileAtomically, KeepsThePreviousFileAsBackupAndLeavesNoTemporaryFile) {
+    petal_test::TempDir temp;
+    const std::string& dir = temp.path;
+    std::string path = dir + "/model.mdl";
+    ASSERT_EQ(SaveFileAtomically(path, "first"), "");
+    EXPECT_EQ(FilesIn(dir), std::set<std::string>{"model.mdl"});
+    ASSERT_EQ(SaveFileAtomically(path, "second"), "");
+    ASSERT_EQ(SaveFileAtomically(path, "third"), "");
+    EXPECT_EQ(ReadBytes(path), "third");
+    EXPECT_EQ(ReadBytes(path + ".bak"), "second");
+    EXPECT_EQ(FilesIn(dir), (std::set<std::string>{"model.mdl", "model.mdl.bak"}));
+}
+
+TEST(SaveFileAtomically, ReportsAFolderThatDoesNotExist) {
+    std::string error = SaveFileAtomically("/nonexistent-petal-dir/model.mdl", "x");
+    EXPECT_EQ(error.rfind("cannot create a file beside /nonexistent-petal-dir/model.mdl: ", 0), 0u)
+        << error;
+}
+
+}  // namespace
