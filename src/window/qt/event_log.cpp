@@ -35,7 +35,7 @@ void ImportExportWindow::InitLog() {
     lvwLog_->setHeaderItem(header);
     lvwLog_->header()->setStretchLastSection(false);
     for (int i = 0; i < 3; ++i)
-        lvwLog_->setColumnWidth(i, static_cast<int>(kColumns[i].widthTwips / kTwipsPerPixel));
+        lvwLog_->setColumnWidth(i, qRound(kColumns[i].widthTwips / kTwipsPerPixel));
 }
 
 std::int16_t ImportExportWindow::AddLogMsg(const std::string& className,
