@@ -18,7 +18,9 @@ double PeakRssMegabytes() {
     return static_cast<double>(usage.ru_maxrss) / 1024.0;  // ru_maxrss is in kilobytes
 }
 
-std::string Quid(unsigned n) { return petal::MakeQuid(0x40C81DB9 + static_cast<std::time_t>(n >> 16), n); }
+std::string Quid(unsigned n) {
+    return petal::MakeQuid(0x40C81DB9 + static_cast<std::time_t>(n >> 16), n);
+}
 
 // A model laid out as the modelling tool writes it, with tool properties on every class.
 const std::string& GeneratedModel() {
@@ -34,16 +36,21 @@ const std::string& GeneratedModel() {
         petal::Object top = petal::NewObject("Class_Category", "Logical View", Quid(next++));
         petal::Value& classes = petal::EnsureList(top, "logical_models", "unit_reference_list");
         for (int c = 0; c < kClasses; ++c) {
-            petal::Object cls = petal::NewObject("Class", "Class" + std::to_string(c), Quid(next++));
+            petal::Object cls =
+                petal::NewObject("Class", "Class" + std::to_string(c), Quid(next++));
             petal::Object prop = petal::NewObject("Attribute");
             prop.fields.push_back({"tool", petal::MakeString("Tavro")});
             prop.fields.push_back({"name", petal::MakeString("ClassType")});
             prop.fields.push_back({"value", petal::MakeString("persistent")});
-            petal::AppendObject(petal::EnsureList(cls, "attributes", "Attribute_Set"), std::move(prop));
-            petal::SetField(cls, "documentation", petal::MakeString("Generated class\nnumber " + std::to_string(c)));
-            petal::Value& attrs = petal::EnsureList(cls, "class_attributes", "class_attribute_list");
+            petal::AppendObject(petal::EnsureList(cls, "attributes", "Attribute_Set"),
+                                std::move(prop));
+            petal::SetField(cls, "documentation",
+                            petal::MakeString("Generated class\nnumber " + std::to_string(c)));
+            petal::Value& attrs =
+                petal::EnsureList(cls, "class_attributes", "class_attribute_list");
             for (int a = 0; a < kAttributes; ++a) {
-                petal::Object attr = petal::NewObject("ClassAttribute", "attribute" + std::to_string(a), Quid(next++));
+                petal::Object attr = petal::NewObject(
+                    "ClassAttribute", "attribute" + std::to_string(a), Quid(next++));
                 petal::SetField(attr, "type", petal::MakeString(a % 2 == 0 ? "String" : "Integer"));
                 petal::SetField(attr, "exportControl", petal::MakeString("Public"));
                 petal::AppendObject(attrs, std::move(attr));

@@ -46,7 +46,8 @@ TEST(UnitFileCandidates, ResolvesPathMapSymbolsAndRelativeNames) {
         std::vector<std::string> expected;
     };
     const Case cases[] = {
-        {"symbol known", "$PLUGINS\\ecore\\model\\Ecore.cat",
+        {"symbol known",
+         "$PLUGINS\\ecore\\model\\Ecore.cat",
          {"/opt/plugins/ecore/model/Ecore.cat", "/models/ecore/model/Ecore.cat"}},
         {"symbol unknown", "$OTHER\\Ecore.cat", {"/models/Ecore.cat"}},
         {"model directory", "&\\units\\a.cat", {"/models/units/a.cat"}},
@@ -113,8 +114,8 @@ TEST(DocumentSave, WritesAnUnchangedModelAndUnitBackWithBackups) {
     EXPECT_EQ(ReadBytes(unit), unitBytes);
     EXPECT_EQ(ReadBytes(model + ".bak"), modelBytes);
     EXPECT_EQ(ReadBytes(unit + ".bak"), unitBytes);
-    EXPECT_EQ(FilesIn(dir), (std::set<std::string>{"Ecore.mdl", "Ecore.mdl.bak",
-                                                   "org.eclipse.emf.ecore"}));
+    EXPECT_EQ(FilesIn(dir),
+              (std::set<std::string>{"Ecore.mdl", "Ecore.mdl.bak", "org.eclipse.emf.ecore"}));
 }
 
 TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElse) {

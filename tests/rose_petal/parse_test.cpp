@@ -110,8 +110,8 @@ TEST(ParseDocument, ReportsBadInputWithItsLine) {
          18, "unknown construct '(thing'"},
         {"object without a kind", Document(kHeader, design + "\n    defaults   \t(object \"x\"))"),
          8, 25, "expected an object kind but found a string"},
-        {"name where a value belongs", Document(kHeader, design + "\n    global     \tYES)"), 8,
-         17, "unexpected name 'YES' where a value belongs"},
+        {"name where a value belongs", Document(kHeader, design + "\n    global     \tYES)"), 8, 17,
+         "unexpected name 'YES' where a value belongs"},
         {"value where a key belongs", Document(kHeader, design + "\n    \"global\")"), 8, 5,
          "expected a key or ')' in (object Design but found a string"},
         {"string not closed", Document(kHeader, design + "\n    title      \t\"Main)\n"), 8, 17,
@@ -158,10 +158,11 @@ TEST(ParseDocument, RefusesNestingDeeperThanTheLimitWithoutCrashing) {
 }
 
 TEST(ParseDocument, NeverReadsPastAnyPrefixOfAValidFile) {
-    std::string input = Document(
-        kHeader,
-        "(object Design \"Logical View\"\n    documentation \t\n|two\n|lines\n    \n"
-        "    key        \t(value Text \"x\")\n    pos        \t(1, 2)\n    e          \t(\"S\" 3))");
+    std::string input =
+        Document(kHeader,
+                 "(object Design \"Logical View\"\n    documentation \t\n|two\n|lines\n    \n"
+                 "    key        \t(value Text \"x\")\n    pos        \t(1, 2)\n    e          "
+                 "\t(\"S\" 3))");
     // Only the final line end may go: the root object is whole without it.
     for (size_t n = 0; n + 1 < input.size(); ++n) {
         petal::File file;
@@ -179,17 +180,17 @@ TEST(ParseDocument, ConvertsTextFromTheFileCodePage) {
         std::string utf8;
     };
     const Case cases[] = {
-        {"ANSI quotes and dash", "0", "\x93quoted\x94 \x96 caf\xE9", "\u201Cquoted\u201D \u2013 caf\u00E9"},
+        {"ANSI quotes and dash", "0", "\x93quoted\x94 \x96 caf\xE9",
+         "\u201Cquoted\u201D \u2013 caf\u00E9"},
         {"Cyrillic", "204", "\xCF\xF0\xE8", "\u041F\u0440\u0438"},
         {"Shift_JIS", "128", "\x83\x65\x83\x58\x83\x67", "\u30C6\u30B9\u30C8"},
         {"Central European", "238", "\x9A\xE8", "\u0161\u010D"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        std::string input =
-            Document(std::string("    version    \t50\n    charSet    \t") + c.charSet,
-                     "(object Class \"" + c.bytes + "\"\n    documentation \t\n|" + c.bytes +
-                         "\n    )");
+        std::string input = Document(
+            std::string("    version    \t50\n    charSet    \t") + c.charSet,
+            "(object Class \"" + c.bytes + "\"\n    documentation \t\n|" + c.bytes + "\n    )");
         petal::File file;
         petal::ParseResult r = petal::ParseDocument(input, file);
         ASSERT_TRUE(r) << r.message;

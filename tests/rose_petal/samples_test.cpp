@@ -29,11 +29,10 @@ TEST(WriteDocument, GivesBackEverySampleByteForByte) {
         ParseResult r = ParseDocument(bytes, file);
         ASSERT_TRUE(r) << r.line << ":" << r.column << ": " << r.message;
         std::string written = WriteDocument(file);
-        EXPECT_TRUE(written == bytes) << "first difference at byte "
-                                      << std::mismatch(written.begin(), written.end(),
-                                                       bytes.begin(), bytes.end())
-                                                 .first -
-                                             written.begin();
+        EXPECT_TRUE(written == bytes)
+            << "first difference at byte "
+            << std::mismatch(written.begin(), written.end(), bytes.begin(), bytes.end()).first -
+                   written.begin();
         File reread;
         ASSERT_TRUE(ParseDocument(written, reread));
         EXPECT_EQ(reread.header, file.header);

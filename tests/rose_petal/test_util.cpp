@@ -56,7 +56,8 @@ int CountKind(const petal::Object& root, const std::string& kind) {
 petal::Object* FindNamed(petal::Object& root, const std::string& kind, const std::string& name) {
     petal::Object* found = nullptr;
     petal::VisitObjects(root, [&](petal::Object& o) {
-        if (found == nullptr && o.kind == kind && !o.names.empty() && o.names[0] == name) found = &o;
+        if (found == nullptr && o.kind == kind && !o.names.empty() && o.names[0] == name)
+            found = &o;
     });
     return found;
 }

@@ -1,9 +1,9 @@
-#include "hosts/rose/petal/petal_internal.h"
-
 #include <iconv.h>
 
 #include <cstdio>
 #include <cstdlib>
+
+#include "hosts/rose/petal/petal_internal.h"
 
 namespace petal::detail {
 namespace {
@@ -16,19 +16,32 @@ constexpr char16_t kCp1252High[32] = {
 
 const char* IconvNameOf(int charSet) {
     switch (charSet) {
-        case 128: return "CP932";
-        case 129: return "CP949";
-        case 134: return "GB18030";
-        case 136: return "CP950";
-        case 161: return "CP1253";
-        case 162: return "CP1254";
-        case 177: return "CP1255";
-        case 178: return "CP1256";
-        case 186: return "CP1257";
-        case 204: return "CP1251";
-        case 222: return "CP874";
-        case 238: return "CP1250";
-        default: return nullptr;  // 0 (ANSI), 1, 255 and unknown numbers: Windows-1252
+        case 128:
+            return "CP932";
+        case 129:
+            return "CP949";
+        case 134:
+            return "GB18030";
+        case 136:
+            return "CP950";
+        case 161:
+            return "CP1253";
+        case 162:
+            return "CP1254";
+        case 177:
+            return "CP1255";
+        case 178:
+            return "CP1256";
+        case 186:
+            return "CP1257";
+        case 204:
+            return "CP1251";
+        case 222:
+            return "CP874";
+        case 238:
+            return "CP1250";
+        default:
+            return nullptr;  // 0 (ANSI), 1, 255 and unknown numbers: Windows-1252
     }
 }
 

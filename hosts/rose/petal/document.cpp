@@ -85,7 +85,8 @@ std::vector<std::string> UnitFileCandidates(std::string_view fileName, const std
         }
         // Without the symbol the unit is looked for beside the model, as its folder would be.
         while (!rest.empty() && rest[0] == '/') rest.erase(0, 1);
-        candidates.push_back(baseDir + "/" + rest);
+        std::string beside = baseDir + "/" + rest;
+        if (candidates.empty() || candidates[0] != beside) candidates.push_back(beside);
         return candidates;
     }
     if (!name.empty() && name[0] == '/') {
@@ -197,7 +198,8 @@ std::string Document::WriteUnits(const Object& root, bool isRoot) {
             const Unit* u = LoadedUnitOf(inner);
             return u ? &u->stub : nullptr;
         };
-        error = SaveFileAtomically(unit->path, WriteDocument(unit->header, o, unit->lineEnd, substitute));
+        error = SaveFileAtomically(unit->path,
+                                   WriteDocument(unit->header, o, unit->lineEnd, substitute));
     });
     return error;
 }
@@ -277,7 +279,8 @@ std::string SaveFileAtomically(const std::string& path, std::string_view bytes) 
     std::string backup = path + ".bak";
     if (FileExists(path)) {
         ::unlink(backup.c_str());
-        if (::link(path.c_str(), backup.c_str()) != 0 && ::rename(path.c_str(), backup.c_str()) != 0) {
+        if (::link(path.c_str(), backup.c_str()) != 0 &&
+            ::rename(path.c_str(), backup.c_str()) != 0) {
             std::string error = ErrnoText("cannot keep the previous file as", backup);
             ::unlink(temp.c_str());
             return error;

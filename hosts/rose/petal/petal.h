@@ -35,13 +35,13 @@ enum class ValueKind {
 // One value of the tree. Which members count depends on `kind` (see ValueKind).
 struct Value {
     ValueKind kind = ValueKind::String;
-    std::string text;    // String/TypedText: UTF-8 text ('\n' line breaks); numbers/tags: token
-    std::string name;    // TypedText: type name; List: list name ("" when it has none)
+    std::string text;  // String/TypedText: UTF-8 text ('\n' line breaks); numbers/tags: token
+    std::string name;  // TypedText: type name; List: list name ("" when it has none)
     bool boolean = false;
-    bool block = false;  // String/TypedText: read as a '|' block (kept so when rewritten)
-    std::int64_t x = 0, y = 0;          // Point; Enum: x is the number
-    std::unique_ptr<Object> object;     // Object
-    std::vector<Value> items;           // List
+    bool block = false;         // String/TypedText: read as a '|' block (kept so when rewritten)
+    std::int64_t x = 0, y = 0;  // Point; Enum: x is the number
+    std::unique_ptr<Object> object;  // Object
+    std::vector<Value> items;        // List
 
     Value();
     Value(const Value& other);
@@ -151,7 +151,7 @@ std::optional<std::string> EnvironmentPathMap(std::string_view symbol);
 // unit's root object takes the place of its stub (is_loaded TRUE), and is written back to
 // its own file on Save. A unit that cannot be found or read stays a stub and gets a warning.
 class Document {
-public:
+  public:
     // Reads the model and its units. A failure to read or parse the model itself is the
     // result; a unit's failure is only a warning.
     ParseResult Load(const std::string& path, const PathMap& pathMap = EnvironmentPathMap);
@@ -170,7 +170,7 @@ public:
     // A quid no loaded file has used yet.
     std::string NewQuid();
 
-private:
+  private:
     struct Unit {
         std::string path;
         std::string quid;

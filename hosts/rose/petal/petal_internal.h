@@ -1,6 +1,7 @@
 #pragma once
 // Helpers shared by the reader, the writer and the document code of the Petal folder.
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,7 +12,7 @@ namespace petal::detail {
 // Converts the text of one file between its code page (the header's charSet, a Windows GDI
 // charset number) and UTF-8. ASCII passes unchanged and costs nothing.
 class TextCodec {
-public:
+  public:
     explicit TextCodec(int charSet);
     ~TextCodec();
     TextCodec(const TextCodec&) = delete;
@@ -23,10 +24,73 @@ public:
     // Characters the code page lacks become '?', as the modelling tool's ANSI output does.
     std::string Encode(std::string_view utf8) const;
 
-private:
+  private:
     std::string iconvName_;  // "" for the built-in Windows-1252
     void* toUtf8_ = nullptr;
     void* fromUtf8_ = nullptr;
+};
+
+enum class Tok { LParen, RParen, Comma, Ident, Number, String, Block, Tag, End, Bad };
+
+struct Token {
+    Tok kind = Tok::End;
+    std::string_view raw;  // identifiers, numbers, tags (without '@')
+    std::string text;      // strings and blocks, decoded to UTF-8
+    int line = 0;
+    int column = 0;
+};
+
+// Cuts Petal text into tokens; tracks lines and columns for error reports. Text of strings
+// and '|' blocks comes out decoded from the code page set by SetCodec (Windows-1252 first).
+class Lexer {
+  public:
+    explicit Lexer(std::string_view bytes) : s_(bytes) {}
+
+    void SetCodec(int charSet) { codec_ = std::make_unique<TextCodec>(charSet); }
+
+    const Token& Peek() {
+        if (!hasPeek_) {
+            peek_ = Scan();
+            hasPeek_ = true;
+        }
+        return peek_;
+    }
+
+    Token Next() {
+        Peek();
+        hasPeek_ = false;
+        return std::move(peek_);
+    }
+
+    int line() const { return line_; }
+    int column() const { return static_cast<int>(pos_ - lineStart_) + 1; }
+
+  private:
+    void NewLine() {
+        ++line_;
+        lineStart_ = pos_;
+    }
+
+    void SkipSpace();
+    Token Fail(Token t, std::string message);
+    Token Decoded(Token t, std::string_view bytes);
+    Token Scan();
+    Token ScanNumber(Token t);
+
+    // "..." on one line; "\\" stands for one backslash. A string that runs on over line
+    // ends is joined with '\n' rather than refused, as other readers of the format do.
+    Token ScanString(Token t);
+
+    // Consecutive lines starting with '|': each line's text after the bar, joined by '\n'.
+    Token ScanBlock(Token t);
+
+    std::string_view s_;
+    size_t pos_ = 0;
+    size_t lineStart_ = 0;
+    int line_ = 1;
+    std::unique_ptr<detail::TextCodec> codec_ = std::make_unique<TextCodec>(0);
+    Token peek_;
+    bool hasPeek_ = false;
 };
 
 // charSet of a Petal header (0 when it has none or it is not a number).

@@ -1,9 +1,9 @@
 // The value tree: copying, comparing, building and editing.
-#include "hosts/rose/petal/petal.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
+
+#include "hosts/rose/petal/petal.h"
 
 namespace petal {
 
@@ -31,18 +31,25 @@ Value& Value::operator=(const Value& other) {
 bool operator==(const Value& a, const Value& b) {
     if (a.kind != b.kind) return false;
     switch (a.kind) {
-        case ValueKind::String: return a.text == b.text;
+        case ValueKind::String:
+            return a.text == b.text;
         case ValueKind::Integer:
         case ValueKind::Float:
-        case ValueKind::Tag: return a.text == b.text;
-        case ValueKind::Boolean: return a.boolean == b.boolean;
-        case ValueKind::Point: return a.x == b.x && a.y == b.y;
-        case ValueKind::Enum: return a.text == b.text && a.x == b.x;
-        case ValueKind::TypedText: return a.name == b.name && a.text == b.text;
+        case ValueKind::Tag:
+            return a.text == b.text;
+        case ValueKind::Boolean:
+            return a.boolean == b.boolean;
+        case ValueKind::Point:
+            return a.x == b.x && a.y == b.y;
+        case ValueKind::Enum:
+            return a.text == b.text && a.x == b.x;
+        case ValueKind::TypedText:
+            return a.name == b.name && a.text == b.text;
         case ValueKind::Object:
             if (!a.object || !b.object) return a.object == b.object;
             return *a.object == *b.object;
-        case ValueKind::List: return a.name == b.name && a.items == b.items;
+        case ValueKind::List:
+            return a.name == b.name && a.items == b.items;
     }
     return false;
 }
@@ -173,28 +180,28 @@ const std::vector<KeyOrder>& KeyOrders() {
           "root_usecase_package", "root_category", "root_subsystem", "process_structure",
           "properties"}},
         {"Class_Category",
-         {"is_unit", "is_loaded", "file_name", "attributes", "quid", "documentation",
-          "stereotype", "visible_categories", "exportControl", "global", "subsystem", "quidu",
-          "logical_models", "logical_presentations"}},
+         {"is_unit", "is_loaded", "file_name", "attributes", "quid", "documentation", "stereotype",
+          "visible_categories", "exportControl", "global", "subsystem", "quidu", "logical_models",
+          "logical_presentations"}},
         {"Class",
          {"attributes", "quid", "documentation", "stereotype", "superclasses", "used_nodes",
-          "realized_interfaces", "operations", "class_attributes", "module", "quidu",
-          "language", "exportControl", "abstract", "nestedClasses"}},
+          "realized_interfaces", "operations", "class_attributes", "module", "quidu", "language",
+          "exportControl", "abstract", "nestedClasses"}},
         {"ClassAttribute",
          {"attributes", "quid", "documentation", "stereotype", "type", "quidu", "initv",
           "exportControl", "Containment", "derived", "static"}},
         {"Operation",
-         {"attributes", "quid", "documentation", "stereotype", "parameters", "result",
-          "exceptions", "protocol", "concurrency", "pre_condition", "semantics", "abstract",
-          "virtual", "const", "static", "opExportControl", "uid", "quidu"}},
+         {"attributes", "quid", "documentation", "stereotype", "parameters", "result", "exceptions",
+          "protocol", "concurrency", "pre_condition", "semantics", "abstract", "virtual", "const",
+          "static", "opExportControl", "uid", "quidu"}},
         {"Parameter", {"attributes", "quid", "documentation", "type", "initv", "quidu"}},
         {"Association",
          {"attributes", "quid", "documentation", "stereotype", "roles", "AssociationClass",
           "derived", "Constraints"}},
         {"Role",
-         {"attributes", "quid", "documentation", "label", "supplier", "quidu",
-          "client_cardinality", "Constraints", "Containment", "exportControl", "is_navigable",
-          "is_aggregate", "is_principal", "static"}},
+         {"attributes", "quid", "documentation", "label", "supplier", "quidu", "client_cardinality",
+          "Constraints", "Containment", "exportControl", "is_navigable", "is_aggregate",
+          "is_principal", "static"}},
         {"Inheritance_Relationship",
          {"attributes", "quid", "documentation", "stereotype", "label", "supplier", "quidu",
           "exportControl"}},
@@ -241,8 +248,7 @@ Value& SetField(Object& object, std::string_view key, Value value) {
     return it->value;
 }
 
-Value& InsertFieldAfter(Object& object, std::string_view after, std::string_view key,
-                        Value value) {
+Value& InsertFieldAfter(Object& object, std::string_view after, std::string_view key, Value value) {
     size_t at = after.empty() ? 0 : object.fields.size();
     for (size_t i = 0; i < object.fields.size() && !after.empty(); ++i) {
         if (object.fields[i].key == after) at = i + 1;

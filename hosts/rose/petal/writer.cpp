@@ -7,9 +7,11 @@ namespace petal {
 namespace {
 
 class Writer {
-public:
+  public:
     Writer(LineEnd lineEnd, int charSet, const ObjectSubstitute& substitute)
-        : eol_(lineEnd == LineEnd::CrLf ? "\r\n" : "\n"), codec_(charSet), substitute_(substitute) {}
+        : eol_(lineEnd == LineEnd::CrLf ? "\r\n" : "\n"),
+          codec_(charSet),
+          substitute_(substitute) {}
 
     std::string Finish(const Object& header, const Object& root) {
         out_ += eol_;
@@ -21,7 +23,7 @@ public:
         return std::move(out_);
     }
 
-private:
+  private:
     // A line with `depth` parentheses open at its start is indented 4 columns per level:
     // a tab for every two levels and four spaces for an odd one.
     void Indent(int depth) {
@@ -94,10 +96,15 @@ private:
 
     void WriteValue(const Value& v, int depth) {
         switch (v.kind) {
-            case ValueKind::String: return WriteText(v, depth);
+            case ValueKind::String:
+                return WriteText(v, depth);
             case ValueKind::Integer:
-            case ValueKind::Float: out_ += v.text; return;
-            case ValueKind::Boolean: out_ += v.boolean ? "TRUE" : "FALSE"; return;
+            case ValueKind::Float:
+                out_ += v.text;
+                return;
+            case ValueKind::Boolean:
+                out_ += v.boolean ? "TRUE" : "FALSE";
+                return;
             case ValueKind::Tag:
                 out_ += '@';
                 out_ += v.text;
