@@ -128,6 +128,20 @@ void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const A
     transaction.Commit();
 }
 
+void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs, const Actor& actor) {
+    for (const ClassDef& def : defs) RequireStorable(def);
+    si::Transaction transaction(store);
+    RequireUserNamespace(store, ns);
+    for (const ClassDef& def : defs) {
+        si::RequireWriteAccess(store, actor, ns, def.name);
+        bool exists = ClassExists(store, ns, def.name);
+        std::string created = exists ? CreatedTime(store, ns, def.name) : "";
+        if (exists) RetireCurrent(store, ns, def.name, actor.user, "replaced");
+        si::InsertClassRow(store, ns, Stamped(def, created), actor.user);
+    }
+    transaction.Commit();
+}
+
 void DeleteClass(Store& store, const std::string& ns, const std::string& name, const Actor& actor) {
     si::Transaction transaction(store);
     si::RequireWriteAccess(store, actor, ns, name);

@@ -81,6 +81,9 @@ bool ClassExists(Store& store, const std::string& ns, const std::string& name);
 // with `replace` true an existing definition goes to the history first.
 void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const Actor& actor,
                bool replace);
+// Stores many definitions in one transaction, replacing those that exist (for loading a
+// namespace from files, and for benchmarks).
+void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs, const Actor& actor);
 // Deletes a class; its definition goes to the history.
 void DeleteClass(Store& store, const std::string& ns, const std::string& name, const Actor& actor);
 

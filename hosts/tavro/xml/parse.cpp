@@ -31,12 +31,8 @@ bool IsBlank(const char* text) {
     return true;
 }
 
-// A keyword element holds text only and has no attributes.
+// A keyword or parameter element holds text only.
 bool ReadTextOnly(Reader& reader, pugi::xml_node node, std::string& text) {
-    if (node.first_attribute()) {
-        return reader.Fail(node, "unexpected attribute '" + std::string(node.first_attribute().name()) +
-                                     "' on <" + node.name() + ">");
-    }
     for (pugi::xml_node child : node.children()) {
         if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) continue;
         return reader.Fail(child, "unexpected element <" + std::string(child.name()) + "> inside <" +
@@ -67,6 +63,10 @@ bool ReadKeyword(Reader& reader, pugi::xml_node node, ItemKind kind, Values& val
     }
     if (values.count(std::string(keyword->name))) {
         return reader.Fail(node, "<" + std::string(node.name()) + "> given twice");
+    }
+    if (node.first_attribute()) {
+        return reader.Fail(node, "unexpected attribute '" + std::string(node.first_attribute().name()) +
+                                     "' on <" + node.name() + ">");
     }
     std::string text;
     if (!ReadTextOnly(reader, node, text)) return false;

@@ -1,0 +1,47 @@
+// Helpers that build data directories for the tavro-host tests.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "hosts/tavro/objects/objects.h"
+#include "hosts/tavro/store/store.h"
+
+namespace tavro_test {
+
+inline constexpr const char* kDeveloper = "dev";
+inline constexpr const char* kDeveloperPassword = "dev-secret";
+inline constexpr const char* kViewer = "viewer";
+inline constexpr const char* kViewerPassword = "viewer-secret";
+
+// A fresh data directory with the user "dev" (Development) and "viewer" (without),
+// removed when the test ends.
+class DataDir {
+public:
+    DataDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "tavro-test-XXXXXX").string();
+        path_ = mkdtemp(pattern.data());
+        tavro::InitStore(path_, kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
+        auto store = tavro::OpenStore(path_);
+        tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false, tavro::HashCost::Minimal);
+    }
+    ~DataDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    DataDir(const DataDir&) = delete;
+    DataDir& operator=(const DataDir&) = delete;
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+// The session object of a user of the namespace USER.
+inline automation::ObjectRef Connect(const DataDir& dir, const char* user = kDeveloper,
+                                     const char* password = kDeveloperPassword) {
+    return tavro::NewSessionObject(tavro::OpenSession(dir.path(), "USER", user, password));
+}
+
+}  // namespace tavro_test
