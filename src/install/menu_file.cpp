@@ -1,7 +1,6 @@
-#include "install/install.h"
-
 #include <string>
 
+#include "install/install.h"
 #include "platform/files.h"
 
 namespace install {

@@ -1,10 +1,9 @@
-#include "install/install.h"
-
 #include <algorithm>
 #include <cctype>
 #include <string>
 #include <vector>
 
+#include "install/install.h"
 #include "install/vocabulary.h"
 #include "platform/files.h"
 
@@ -50,7 +49,7 @@ std::string DefaultToken(const PropertyDef& property) {
 }
 
 class PetalLines {
-public:
+  public:
     void Line(std::string text) { lines_.push_back(std::move(text)); }
 
     void OpenEntry(int depth, const char* tool, const std::string& name) {
@@ -72,8 +71,10 @@ public:
 
     std::vector<std::string> Take() { return std::move(lines_); }
 
-private:
-    static std::string Indent(int depth) { return std::string(4 * static_cast<std::size_t>(depth), ' '); }
+  private:
+    static std::string Indent(int depth) {
+        return std::string(4 * static_cast<std::size_t>(depth), ' ');
+    }
     std::vector<std::string> lines_;
 };
 
@@ -89,7 +90,8 @@ void EmitSet(PetalLines& petal, const PropertySet& set) {
     std::vector<const EnumType*> declared;
     for (const auto& property : set.properties) {
         const EnumType* type = property.enumType;
-        if (type != nullptr && std::find(declared.begin(), declared.end(), type) == declared.end()) {
+        if (type != nullptr &&
+            std::find(declared.begin(), declared.end(), type) == declared.end()) {
             EmitEnumDeclaration(petal, set.tool, *type);
             declared.push_back(type);
         }

@@ -1,7 +1,6 @@
-#include "install/install.h"
-
 #include <string>
 
+#include "install/install.h"
 #include "platform/registry.h"
 
 namespace install {
@@ -26,8 +25,7 @@ HKEY CreateKey(const std::string& subKey) {
     DWORD disposition = 0;  // created or opened makes no difference here
     platform::LONG status = platform::RegCreateKeyExA(
         platform::HKEY_LOCAL_MACHINE, subKey.c_str(), 0, keyClass.data(),
-        platform::REG_OPTION_NON_VOLATILE, platform::KEY_ALL_ACCESS, &security, &key,
-        &disposition);
+        platform::REG_OPTION_NON_VOLATILE, platform::KEY_ALL_ACCESS, &security, &key, &disposition);
     return status == platform::ERROR_SUCCESS ? key : nullptr;
 }
 

@@ -49,7 +49,9 @@ inline constexpr EnumLiteral kAttributeCollectionLiterals[] = {
 };
 // Association collections have no stream literals.
 inline constexpr EnumLiteral kAssociationCollectionLiterals[] = {
-    {"Single Value", 1}, {"List", 2}, {"Array", 3},
+    {"Single Value", 1},
+    {"List", 2},
+    {"Array", 3},
 };
 inline constexpr EnumLiteral kCardinalityLiterals[] = {
     {"", 1}, {"One", 2}, {"Many", 3}, {"Parent", 4}, {"Children", 5},
@@ -93,14 +95,10 @@ inline constexpr PropertyDef kOperationKeywords[] = {
 
 // Tool "Parameter", attributes: the keys of a server property's parameter collection.
 inline constexpr PropertyDef kParameterNames[] = {
-    {"DISPLAYLIST", vocab::S, "", nullptr},
-    {"MAXLEN", vocab::I, "50", nullptr},
-    {"MINLEN", vocab::S, "", nullptr},
-    {"MAXVAL", vocab::S, "", nullptr},
-    {"MINVAL", vocab::S, "", nullptr},
-    {"PATTERN", vocab::S, "", nullptr},
-    {"SCALE", vocab::S, "", nullptr},
-    {"STORAGE", vocab::S, "", nullptr},
+    {"DISPLAYLIST", vocab::S, "", nullptr}, {"MAXLEN", vocab::I, "50", nullptr},
+    {"MINLEN", vocab::S, "", nullptr},      {"MAXVAL", vocab::S, "", nullptr},
+    {"MINVAL", vocab::S, "", nullptr},      {"PATTERN", vocab::S, "", nullptr},
+    {"SCALE", vocab::S, "", nullptr},       {"STORAGE", vocab::S, "", nullptr},
     {"VALUELIST", vocab::S, "", nullptr},
 };
 

@@ -29,14 +29,14 @@ void ResetFiles();
 
 // A failure to create, write or close a file; `what()` is the message the run ends with.
 class FileError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 
 // A file opened for output through `Files()`. Every routine raises `FileError` on failure; what
 // was written before a failure stays in the file.
 class OutputFile {
-public:
+  public:
     explicit OutputFile(const std::string& path);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -45,7 +45,7 @@ public:
     void Write(std::string_view text);
     void Close();
 
-private:
+  private:
     std::string path_;
     int fd_ = -1;
 };

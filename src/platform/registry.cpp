@@ -93,8 +93,8 @@ LONG RegCreateKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD Reserved, LPSTR /*lpClass
     return ERROR_SUCCESS;
 }
 
-LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType,
-                    const BYTE* lpData, DWORD cbData) {
+LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
+                    DWORD cbData) {
     if (hKey == nullptr) return ERROR_INVALID_HANDLE;
     if (Reserved != 0 || dwType != REG_SZ) return ERROR_INVALID_PARAMETER;
     if (lpData == nullptr && cbData != 0) return ERROR_INVALID_PARAMETER;
@@ -126,8 +126,7 @@ LONG RegCloseKey(HKEY hKey) {
     return ERROR_SUCCESS;
 }
 
-bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName,
-                       std::string& out) {
+bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName, std::string& out) {
     regfile::Registry registry;
     if (!ReadRegistry(registry)) return false;
     regfile::Key* key = regfile::FindKey(registry, ChildPath(localMachine.path, keyPath));

@@ -46,8 +46,8 @@ inline constexpr DWORD REG_OPENED_EXISTING_KEY = 2;
 LONG RegCreateKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD Reserved, LPSTR lpClass, DWORD dwOptions,
                      REGSAM samDesired, const SECURITY_ATTRIBUTES* lpSecurityAttributes,
                      PHKEY phkResult, LPDWORD lpdwDisposition);
-LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType,
-                    const BYTE* lpData, DWORD cbData);
+LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
+                    DWORD cbData);
 LONG RegCloseKey(HKEY hKey);
 
 // How the file behaves, beyond the Windows contract:
@@ -67,8 +67,7 @@ std::string RegistryFilePath();
 // Reads the REG_SZ value `valueName` ("" for the default value) of the key `keyPath` under
 // HKEY_LOCAL_MACHINE, for example "SOFTWARE\Rational Software\Rose\AddIns\Tavro". False
 // when the key, the value or a readable file is missing, or the value is not a string.
-bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName,
-                       std::string& out);
+bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName, std::string& out);
 
 // The names of the direct sub-keys of `keyPath` under HKEY_LOCAL_MACHINE, in the file's
 // order (sorted); empty when there are none or the file cannot be read.

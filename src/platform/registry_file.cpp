@@ -1,5 +1,3 @@
-#include "platform/registry_internal.h"
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -12,6 +10,7 @@
 #include <sstream>
 
 #include "platform/files.h"
+#include "platform/registry_internal.h"
 
 namespace platform::regfile {
 namespace {

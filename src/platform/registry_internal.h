@@ -46,14 +46,14 @@ bool EnsureKey(Registry& registry, const std::string& path);
 
 // Holds the file's lock while it lives. `exclusive` for a read-modify-write.
 class FileLock {
-public:
+  public:
     FileLock(const std::string& registryPath, bool exclusive);
     ~FileLock();
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
     bool Held() const { return fd_ >= 0; }
 
-private:
+  private:
     int fd_ = -1;
 };
 

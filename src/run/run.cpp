@@ -19,8 +19,8 @@ struct WordRun {
 
 // Compared in this order; the first equal word wins.
 constexpr WordRun kCommandWords[] = {
-    {"EXPORT", RunKind::Export},       {"IMPORT", RunKind::Import},
-    {"DATATYPES", RunKind::Datatypes}, {"SYSTEM", RunKind::System},
+    {"EXPORT", RunKind::Export},         {"IMPORT", RunKind::Import},
+    {"DATATYPES", RunKind::Datatypes},   {"SYSTEM", RunKind::System},
     {"INSTALL", RunKind::SilentInstall},
 };
 

@@ -37,8 +37,11 @@ void DrawClassBoxes(QPainter& p) {
     struct Box {
         int x, y, w, h;
     };
-    constexpr Box kBoxes[] = {{22, 26, 74, 52}, {300, 40, 80, 60}, {34, 214, 64, 46},
-                              {312, 206, 66, 50}, {150, 352, 100, 30}};
+    constexpr Box kBoxes[] = {{22, 26, 74, 52},
+                              {300, 40, 80, 60},
+                              {34, 214, 64, 46},
+                              {312, 206, 66, 50},
+                              {150, 352, 100, 30}};
     p.setPen(QPen(QColor(150, 200, 235, 48), 1.0));
     p.setBrush(QColor(150, 200, 235, 14));
     for (const auto& box : kBoxes) {

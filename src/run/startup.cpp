@@ -21,11 +21,11 @@ constexpr int Px(int twips) { return twips / 15; }
 
 // picStartUp: shows the picture and closes the window when clicked.
 class PictureArea : public QWidget {
-public:
+  public:
     PictureArea(QWidget* parent, std::function<void()> onClick)
         : QWidget(parent), onClick_(std::move(onClick)) {}
 
-protected:
+  protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         painter.fillRect(rect(), QColor(12, 28, 52));
@@ -39,16 +39,16 @@ protected:
             onClick_();
     }
 
-private:
+  private:
     std::function<void()> onClick_;
 };
 
 // The two text lines keep their clicks: a click on them must not reach the picture.
 class CaptionLabel : public QLabel {
-public:
+  public:
     using QLabel::QLabel;
 
-protected:
+  protected:
     void mousePressEvent(QMouseEvent* event) override { event->accept(); }
     void mouseReleaseEvent(QMouseEvent* event) override { event->accept(); }
 };

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,22 +49,30 @@ std::string MenuFor(const std::string& d) {
            "    {\r\n"
            "         option \"&Export Classes to Tavro ...\"\r\n"
            "         {\r\n"
-           "              Exec \"" + d + "/corvansil EXPORT\"\r\n"
+           "              Exec \"" +
+           d +
+           "/corvansil EXPORT\"\r\n"
            "         }\r\n"
            "         \r\n"
            "         option \"&Import Classes from Tavro ...\"\r\n"
            "         {\r\n"
-           "              Exec \"" + d + "/corvansil IMPORT\"\r\n"
+           "              Exec \"" +
+           d +
+           "/corvansil IMPORT\"\r\n"
            "         }\r\n"
            "         \r\n"
            "         option \"Load &Datatype Classes from Tavro ...\"\r\n"
            "         {\r\n"
-           "              Exec \"" + d + "/corvansil DATATYPES\"\r\n"
+           "              Exec \"" +
+           d +
+           "/corvansil DATATYPES\"\r\n"
            "         }\r\n"
            "         \r\n"
            "         option \"Load &System Classes from Tavro ...\"\r\n"
            "         {\r\n"
-           "              Exec \"" + d + "/corvansil SYSTEM\"\r\n"
+           "              Exec \"" +
+           d +
+           "/corvansil SYSTEM\"\r\n"
            "         }\r\n"
            "    }\r\n"
            "}\r\n";
@@ -107,19 +114,24 @@ std::string RegistryFor(const char* base, const std::string& dir, const char* de
            (std::string(base) == "SOFTWARE\\Microsoft\\Visual Modeler"
                 ? "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft]\r\n"
                 : "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Rational Software]\r\n") +
-           "\r\n" + root + "]\r\n" +
-           "\r\n" + root + "\\AddIns]\r\n" +
-           "\r\n" + root + "\\AddIns\\Tavro]\r\n"
+           "\r\n" + root + "]\r\n" + "\r\n" + root + "\\AddIns]\r\n" + "\r\n" + root +
+           "\\AddIns\\Tavro]\r\n"
            "\"Active\"=\"Yes\"\r\n"
            "\"Company\"=\"Corvansil\"\r\n"
            "\"Copyright\"=\"Copyright (C) 2026 Corvansil\"\r\n"
-           "\"InstallDir\"=\"" + dir + "\"\r\n"
+           "\"InstallDir\"=\"" +
+           dir +
+           "\"\r\n"
            "\"LanguageAddIn\"=\"No\"\r\n"
            "\"MenuFile\"=\"Corvansil.mnu\"\r\n"
            "\"PropertyFile\"=\"Corvansil.pty\"\r\n"
            "\"Version\"=\"1.0.0.1.0\"\r\n"
-           "\r\n" + root + "\\AddIns\\Tavro\\CustomSettings]\r\n"
-           "\"Debug\"=\"" + debug + "\"\r\n"
+           "\r\n" +
+           root +
+           "\\AddIns\\Tavro\\CustomSettings]\r\n"
+           "\"Debug\"=\"" +
+           debug +
+           "\"\r\n"
            "\r\n";
 }
 
@@ -147,12 +159,12 @@ TEST(RegisterAddIn, RewritesEveryValueOnASecondInstallation) {
     install::RegisterAddIn("/old/place", "Rose");
     // Someone turned debugging on since.
     platform::HKEY key = nullptr;
-    ASSERT_EQ(platform::RegCreateKeyExA(platform::HKEY_LOCAL_MACHINE,
-                                        "SOFTWARE\\Rational Software\\Rose\\AddIns\\Tavro\\"
-                                        "CustomSettings",
-                                        0, nullptr, 0, platform::KEY_ALL_ACCESS, nullptr, &key,
-                                        nullptr),
-              platform::ERROR_SUCCESS);
+    ASSERT_EQ(
+        platform::RegCreateKeyExA(platform::HKEY_LOCAL_MACHINE,
+                                  "SOFTWARE\\Rational Software\\Rose\\AddIns\\Tavro\\"
+                                  "CustomSettings",
+                                  0, nullptr, 0, platform::KEY_ALL_ACCESS, nullptr, &key, nullptr),
+        platform::ERROR_SUCCESS);
     platform::RegSetValueExA(key, "Debug", 0, platform::REG_SZ,
                              reinterpret_cast<const platform::BYTE*>("1"), 2);
     platform::RegCloseKey(key);
@@ -163,8 +175,8 @@ TEST(RegisterAddIn, RewritesEveryValueOnASecondInstallation) {
     EXPECT_EQ(ReadFile(install.registry), RegistryFor("SOFTWARE\\Rational Software\\Rose", ""));
 
     std::string installDir = "x";
-    EXPECT_TRUE(platform::ReadRegistryValue(install::AddInKeyPath("Rose"), "InstallDir",
-                                            installDir));
+    EXPECT_TRUE(
+        platform::ReadRegistryValue(install::AddInKeyPath("Rose"), "InstallDir", installDir));
     EXPECT_EQ(installDir, "");
     EXPECT_EQ(platform::ListRegistrySubkeys("SOFTWARE\\Rational Software\\Rose\\AddIns"),
               std::vector<std::string>{"Tavro"});
@@ -194,7 +206,8 @@ TEST(InstallSteps, StopAtAFailedFileWriteAndLeaveTheEarlierSteps) {
         int writes = 0;
         failedSomewhere = false;
         platform::Files().write = [&](int fd, const char* data, std::size_t size) {
-            if (++writes != n) return ::write(fd, data, size) == static_cast<ssize_t>(size) ? 0 : EIO;
+            if (++writes != n)
+                return ::write(fd, data, size) == static_cast<ssize_t>(size) ? 0 : EIO;
             failedSomewhere = true;
             return ENOSPC;
         };

@@ -155,7 +155,9 @@ TEST(RegCreateKeyExA, ReportsDamagedFileAndLeavesItAlone) {
         {"text after string", "REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\S]\r\n\"A\"=\"B\" x\r\n"},
         {"stray line", "REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\S]\r\nhello\r\n"},
         {"unclosed key", "REGEDIT4\r\n[HKEY_LOCAL_MACHINE\\S\r\n"},
-        {"binary junk", "\x7f" "ELF\x02\x01"},
+        {"binary junk",
+         "\x7f"
+         "ELF\x02\x01"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

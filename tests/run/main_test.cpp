@@ -149,9 +149,9 @@ TEST(Main, DispatchesEachKindOfRun) {
     };
     const std::string prompt =
         "box Installation: Install Corvansil Version 1.0.0.1.0 in <D> [OK Cancel] ?";
-    const std::vector<std::string> installed = {
-        "start-up", "progress Installing ...", "events", "progress Installation Complete",
-        "timer on", "events"};
+    const std::vector<std::string> installed = {"start-up", "progress Installing ...",
+                                                "events",   "progress Installation Complete",
+                                                "timer on", "events"};
     auto then = [](std::vector<std::string> a, const std::vector<std::string>& b) {
         a.insert(a.end(), b.begin(), b.end());
         return a;
@@ -194,8 +194,8 @@ TEST(Main, DispatchesEachKindOfRun) {
             continue;
         }
         std::string installDir;
-        EXPECT_TRUE(platform::ReadRegistryValue(install::AddInKeyPath(c.host), "InstallDir",
-                                                installDir));
+        EXPECT_TRUE(
+            platform::ReadRegistryValue(install::AddInKeyPath(c.host), "InstallDir", installDir));
         EXPECT_EQ(installDir, script.dir);
         EXPECT_EQ(platform::ListRegistrySubkeys("SOFTWARE").size(), 1u);
         EXPECT_EQ(ReadFile(script.dir + "/Corvansil.mnu"), install::MenuFileText(script.dir));
@@ -221,8 +221,7 @@ TEST(Main, EndsAnInstallationWhoseFileCannotBeWritten) {
 
     // The program shows what no routine trapped, then ends.
     EXPECT_THROW(run::EndWithUntrappedError(platform::FileError(error)), platform::ProcessEnded);
-    EXPECT_EQ(script.events,
-              (std::vector<std::string>{"box Corvansil: " + error, "end 1"}));
+    EXPECT_EQ(script.events, (std::vector<std::string>{"box Corvansil: " + error, "end 1"}));
 }
 
 }  // namespace

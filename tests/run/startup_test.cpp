@@ -1,3 +1,5 @@
+#include "run/startup.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -9,16 +11,17 @@
 #include <QTimer>
 
 #include "run/run.h"
-#include "run/startup.h"
 
 namespace {
 
+// One application for the whole program, never destroyed: Qt's own globals (the pointing
+// device of the synthetic clicks) may go before a static QApplication would.
 QApplication& App() {
     static int argc = 1;
     static char name[] = "run_test";
     static char* argv[] = {name, nullptr};
-    static QApplication app(argc, argv);
-    return app;
+    static QApplication* app = new QApplication(argc, argv);
+    return *app;
 }
 
 void Click(QWidget* widget) {
@@ -38,7 +41,9 @@ T* Control(const char* name) {
     return form == nullptr ? nullptr : form->findChild<T*>(QString::fromLatin1(name));
 }
 
-bool StartUpShowing() { return run::StartUpWindow() != nullptr && run::StartUpWindow()->isVisible(); }
+bool StartUpShowing() {
+    return run::StartUpWindow() != nullptr && run::StartUpWindow()->isVisible();
+}
 
 // Let a closed window finish closing.
 void Settle() {
