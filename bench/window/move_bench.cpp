@@ -1,9 +1,10 @@
 // Moving thousands of classes between the window's lists must stay quick: the lists take a
 // whole move as one change, not one relayout per entry.
+#include <benchmark/benchmark.h>
+
 #include <QApplication>
 #include <QItemSelectionModel>
 #include <QListView>
-#include <benchmark/benchmark.h>
 #include <string>
 
 #include "window/qt/import_export_window.h"

@@ -1,9 +1,10 @@
 // The event log's rows and the status bar.
+#include <gtest/gtest.h>
+
 #include <QHeaderView>
 #include <QMetaObject>
 #include <QStatusBar>
 #include <QTreeWidget>
-#include <gtest/gtest.h>
 
 #include "window_test_support.h"
 
@@ -50,9 +51,17 @@ TEST(UpdateLogMsg, ChangesOneRowAsAsked) {
         window::LogRow expected;
     };
     const Case cases[] = {
-        {"failed with error", std::nullopt, "Failed", "class not found", 1,
+        {"failed with error",
+         std::nullopt,
+         "Failed",
+         "class not found",
+         1,
          {1, "Class3", "Failed (class not found)"}},
-        {"message left out, error given", std::nullopt, std::nullopt, "E", 0,
+        {"message left out, error given",
+         std::nullopt,
+         std::nullopt,
+         "E",
+         0,
          {3, "Class3", " (E)"}},
         {"only the row number", std::nullopt, std::nullopt, "", 0, {3, "Class3", ""}},
         {"empty class name is not left out", std::string(), "Done", "", 2, {2, "", "Done"}},
@@ -95,7 +104,8 @@ TEST(UpdateLogMsg, ScrollsTheRowIntoView) {
 TEST(UpdateLogMsg, LetsPendingEventsRun) {
     auto form = LogOf(1);
     bool ran = false;
-    QMetaObject::invokeMethod(form.get(), [&ran] { ran = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        form.get(), [&ran] { ran = true; }, Qt::QueuedConnection);
     form->UpdateLogMsg(1, std::nullopt, "Done", "", 2, false);
     EXPECT_TRUE(ran);
 }

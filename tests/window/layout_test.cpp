@@ -1,4 +1,6 @@
 // The window's controls as drawn, and the rules by which it lays them out when resized.
+#include <gtest/gtest.h>
+
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QGroupBox>
@@ -8,7 +10,6 @@
 #include <QRectF>
 #include <QStatusBar>
 #include <QTreeWidget>
-#include <gtest/gtest.h>
 
 #include "window_test_support.h"
 
@@ -43,6 +44,7 @@ TEST(frmImportExport, HasEveryControlAsDrawn) {
         int checked;  // -1: not a check box
         bool bold;
     };
+    // clang-format off
     const Case cases[] = {
         {"fraMain", "QGroupBox", "frmImportExport", "", {120, 120, 6615, 6855}, "", 0, false, true, -1, false},
         {"fraLog", "QGroupBox", "frmImportExport", "", {6840, 120, 1935, 6855}, "", 9, true, true, -1, false},
@@ -73,6 +75,7 @@ TEST(frmImportExport, HasEveryControlAsDrawn) {
         {"lblLog", "QLabel", "fraLog", "Event Log", {120, 360, 1335, 255}, kTipSelected, 15, false, true, -1, true},
         {"lvwLog", "QTreeWidget", "fraLog", "", {120, 600, 1695, 5415}, "", 10, false, true, -1, false},
     };
+    // clang-format on
     window_test::App();
     window::LinkMode = 0;
     window::ImportExportWindow form(window::RunOps{});
@@ -104,17 +107,17 @@ TEST(frmImportExport, FocusFollowsTheTabIndexes) {
     window_test::App();
     window::LinkMode = 0;
     window::ImportExportWindow form(window::RunOps{});
-    const char* const order[] = {"lstAvailableClasses", "lstSelectedClasses", "cmdSelect",
-                                 "cmdUnselect",         "cmdUnselectAll",     "cmdSelectAll",
-                                 "lvwLog",              "cmdClose",           "cmdExportImport",
-                                 "chkOverride",         "chkAddToDiagram",    "chkIncludeSystem",
-                                 "chkIncludeDatatype"};
+    const char* const order[] = {
+        "lstAvailableClasses", "lstSelectedClasses", "cmdSelect",       "cmdUnselect",
+        "cmdUnselectAll",      "cmdSelectAll",       "lvwLog",          "cmdClose",
+        "cmdExportImport",     "chkOverride",        "chkAddToDiagram", "chkIncludeSystem",
+        "chkIncludeDatatype"};
     // The chain also passes the inner parts of compound controls; only named controls that
     // take the focus count.
     auto next = [](QWidget* from) {
         QWidget* widget = from->nextInFocusChain();
-        while (widget != from && (!widget->property("TabIndex").isValid() ||
-                                  widget->focusPolicy() == Qt::NoFocus))
+        while (widget != from &&
+               (!widget->property("TabIndex").isValid() || widget->focusPolicy() == Qt::NoFocus))
             widget = widget->nextInFocusChain();
         return widget;
     };
@@ -258,8 +261,7 @@ TEST(Form_Load, SetsUpEachRunMode) {
         EXPECT_EQ(form->findChild<QWidget*>("fraLog")->isHidden(), c.mainShown);
         EXPECT_EQ(!form->findChild<QWidget*>("chkIncludeDatatype")->isHidden(), c.includeShown);
         EXPECT_EQ(!form->findChild<QWidget*>("chkIncludeSystem")->isHidden(), c.includeShown);
-        EXPECT_EQ(!form->findChild<QWidget*>("chkAddToDiagram")->isHidden(),
-                  c.addToDiagramShown);
+        EXPECT_EQ(!form->findChild<QWidget*>("chkAddToDiagram")->isHidden(), c.addToDiagramShown);
         EXPECT_FALSE(form->findChild<QWidget*>("chkOverride")->isHidden());
         EXPECT_EQ(form->CloseCaption(), "Cancel");
         EXPECT_EQ(form->StatusText(), "");

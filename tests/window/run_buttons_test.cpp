@@ -1,7 +1,8 @@
 // The start button's run and the cancel/close button, with scripted message-box answers and
 // an observed end of the process.
-#include <QPushButton>
 #include <gtest/gtest.h>
+
+#include <QPushButton>
 
 #include "automation/automation.h"
 #include "window_test_support.h"
@@ -87,7 +88,8 @@ TEST(cmdExportImport_Click, ConnectsAfterRetriesThenRunsTheDriver) {
 
         EXPECT_EQ(seen.connectCalls, 3);
         ASSERT_EQ(ui.boxes.size(), 2u);
-        for (const auto& box : ui.boxes) ExpectBox(box, c.failureText, platform::Buttons::RetryCancel);
+        for (const auto& box : ui.boxes)
+            ExpectBox(box, c.failureText, platform::Buttons::RetryCancel);
         EXPECT_EQ(seen.statusAtConnect, (std::vector<std::string>(3, c.starting)));
         if (c.mode == 1) {
             EXPECT_EQ(seen.namespacesPassed, (std::vector<std::string>(3, "")));
@@ -208,6 +210,27 @@ TEST(Form_Unload, EndsTheProcessWithoutAsking) {
         EXPECT_THROW(form->Form_Unload(), platform::ProcessEnded);
         EXPECT_TRUE(ui.boxes.empty());
     }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(cmdClose_Click, RunsWhenTheButtonIsPressed) {
+    ScriptedUi ui({Answer::No});
+    auto form = LoadedWindow(2);
+    form->findChild<QPushButton*>("cmdClose")->click();
+    ASSERT_EQ(ui.boxes.size(), 1u);
+    EXPECT_EQ(ui.boxes[0].text, "Are you sure you want to cancel?");
+}
+
+TEST(cmdExportImport_Click, RunsWhenTheEnabledButtonIsPressed) {
+    ScriptedUi ui;
+    Seen seen;
+    auto form = LoadedWindow(1, StubSides(seen, 0));
+    form->findChild<QPushButton*>("cmdExportImport")->click();
+    EXPECT_EQ(seen.driverCalls, 1);
+    EXPECT_EQ(form->CloseCaption(), "Close");
 }
 
 }  // namespace

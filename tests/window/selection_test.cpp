@@ -1,8 +1,9 @@
 // Moving classes between the two lists, the companions that follow them, and the buttons.
+#include <gtest/gtest.h>
+
 #include <QCheckBox>
 #include <QListView>
 #include <QPushButton>
-#include <gtest/gtest.h>
 
 #include "window_test_support.h"
 
@@ -97,8 +98,8 @@ TEST(SelectClasses, MovesAllOf500AndSetsTheButtons) {
 }
 
 TEST(UnselectClasses, KeepsCompanionsAlignedAfterMixedMoves) {
-    auto form = LoadedWindow(1, RoseClasses({"Zeta", "alpha", "Mu", "beta", "Omega", "gamma"},
-                                            {"Delta", "epsilon"}));
+    auto form = LoadedWindow(
+        1, RoseClasses({"Zeta", "alpha", "Mu", "beta", "Omega", "gamma"}, {"Delta", "epsilon"}));
     EXPECT_EQ(Entries(form->lstSelectedClasses()), (Strings{"Delta", "epsilon"}));
     Highlight(*form, "lstAvailableClasses", {0, 3, 5});  // alpha, Mu, Zeta
     form->cmdSelect_Click();

@@ -11,8 +11,8 @@
 
 namespace {
 
-const char* const kModelClasses[] = {"User.Person",   "User.Address", "Shop.Order.Line",
-                                     "Shop.Order",    "User.company", "Shop.Customer",
+const char* const kModelClasses[] = {"User.Person",     "User.Address",    "Shop.Order.Line",
+                                     "Shop.Order",      "User.company",    "Shop.Customer",
                                      "Billing.Invoice", "Billing.Payment", "User.employee"};
 
 window::RunOps DemoOps() {

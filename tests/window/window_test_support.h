@@ -20,16 +20,17 @@ inline QApplication& App() {
     static int argc = 1;
     static char name[] = "window_qt_test";
     static char* argv[] = {name, nullptr};
-    static QApplication app(argc, argv);
-    return app;
+    // Never destroyed: tearing it down among the other static objects at exit, after a
+    // window has been shown, crashes inside Qt's platform plug-in.
+    static auto* app = new QApplication(argc, argv);
+    return *app;
 }
 
 // Answers message boxes from a script, records what they said, and turns the end of the
 // process into a `platform::ProcessEnded` exception. Puts the defaults back when it goes.
 class ScriptedUi {
-public:
-    explicit ScriptedUi(std::deque<platform::Answer> answers = {})
-        : answers_(std::move(answers)) {
+  public:
+    explicit ScriptedUi(std::deque<platform::Answer> answers = {}) : answers_(std::move(answers)) {
         platform::Ui().messageBox = [this](const platform::MessageBoxRequest& request) {
             boxes.push_back(request);
             if (answers_.empty()) return platform::Answer::Cancel;
@@ -45,7 +46,7 @@ public:
 
     std::vector<platform::MessageBoxRequest> boxes;
 
-private:
+  private:
     std::deque<platform::Answer> answers_;
 };
 
@@ -93,8 +94,7 @@ inline void Highlight(window::ImportExportWindow& form, const char* listName,
     auto* view = form.findChild<QListView*>(listName);
     view->clearSelection();
     for (int row : rows)
-        view->selectionModel()->select(view->model()->index(row, 0),
-                                       QItemSelectionModel::Select);
+        view->selectionModel()->select(view->model()->index(row, 0), QItemSelectionModel::Select);
 }
 
 }  // namespace window_test

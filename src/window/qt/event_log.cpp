@@ -38,8 +38,7 @@ void ImportExportWindow::InitLog() {
         lvwLog_->setColumnWidth(i, qRound(kColumns[i].widthTwips / kTwipsPerPixel));
 }
 
-std::int16_t ImportExportWindow::AddLogMsg(const std::string& className,
-                                           const std::string& msgText,
+std::int16_t ImportExportWindow::AddLogMsg(const std::string& className, const std::string& msgText,
                                            const std::string& errorText, std::int16_t icon,
                                            bool displayNow) {
     lvwLog_->addTopLevelItem(new QTreeWidgetItem);

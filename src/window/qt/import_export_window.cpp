@@ -157,8 +157,7 @@ void ImportExportWindow::CreateControls() {
     SetTwips(chkIncludeDatatype_, 240, 6120, 2535, 255);
     chkIncludeSystem_ = check("Include System Classes", "chkIncludeSystem", 20, false);
     SetTwips(chkIncludeSystem_, 240, 6480, 2535, 255);
-    chkAddToDiagram_ =
-        check("Add New Classes to the Active Diagram", "chkAddToDiagram", 14, true);
+    chkAddToDiagram_ = check("Add New Classes to the Active Diagram", "chkAddToDiagram", 14, true);
     SetTwips(chkAddToDiagram_, 3240, 6120, 3255, 255);
     chkOverride_ = check("Override Existing Classes", "chkOverride", 13, true);
     SetTwips(chkOverride_, 3240, 6480, 3255, 255);
@@ -254,8 +253,7 @@ void ImportExportWindow::Form_Load() {
             {
                 ListBatch batch(*available_, *selected_);
                 if (ops_.LoadRoseClassList)
-                    ops_.LoadRoseClassList(*available_, *selected_, *availableIds_,
-                                           *selectedIds_);
+                    ops_.LoadRoseClassList(*available_, *selected_, *availableIds_, *selectedIds_);
             }
             UpdateSelectionButtons();
             return;

@@ -43,7 +43,7 @@ struct RunOps {
 };
 
 class ImportExportWindow final : public QWidget, public TransferWindow {
-public:
+  public:
     // Becomes the process's `frmImportExport` while it lives.
     explicit ImportExportWindow(RunOps ops, QWidget* parent = nullptr);
     ~ImportExportWindow() override;
@@ -97,13 +97,13 @@ public:
     int LogRowCount() const;
     LogRow LogRowAt(std::int16_t logId) const;
 
-protected:
+  protected:
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
-private:
+  private:
     void CreateControls();
     void ConnectHandlers();
     void SelectClasses(bool moveAll);

@@ -15,8 +15,8 @@ static const QColor kStarColour(255, 255, 0);
 
 // A right-pointing arrow across the picture; `mirrored` turns it to the left.
 static QPolygon ArrowShape(bool mirrored) {
-    QPolygon arrow({QPoint(3, 12), QPoint(16, 12), QPoint(16, 4), QPoint(28, 16),
-                    QPoint(16, 28), QPoint(16, 20), QPoint(3, 20)});
+    QPolygon arrow({QPoint(3, 12), QPoint(16, 12), QPoint(16, 4), QPoint(28, 16), QPoint(16, 28),
+                    QPoint(16, 20), QPoint(3, 20)});
     if (!mirrored) return arrow;
     for (QPoint& point : arrow) point.setX(31 - point.x());
     return arrow;
@@ -59,8 +59,7 @@ QPixmap LogPicture(std::int16_t icon) {
             painter.drawLine(QPointF(12.5, 3.5), QPointF(3.5, 12.5));
             break;
         case kIconDone: {
-            painter.setPen(QPen(QColor(0, 64, 224), 3, Qt::SolidLine, Qt::RoundCap,
-                                Qt::RoundJoin));
+            painter.setPen(QPen(QColor(0, 64, 224), 3, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
             QPainterPath tick;
             tick.moveTo(2.5, 8.5);
             tick.lineTo(6.5, 12.5);

@@ -60,8 +60,7 @@ void ImportExportWindow::cmdExportImport_Click() {
     try {
         RunTransfer();
     } catch (const automation::AutomationError& error) {
-        platform::MessageBox(error.Description(), platform::Buttons::Ok,
-                             platform::Icon::Critical);
+        platform::MessageBox(error.Description(), platform::Buttons::Ok, platform::Icon::Critical);
     } catch (const std::exception& error) {
         platform::MessageBox(error.what(), platform::Buttons::Ok, platform::Icon::Critical);
     }

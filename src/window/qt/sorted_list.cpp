@@ -1,19 +1,18 @@
-#include "window/qt/window_qt_internal.h"
-
 #include <QItemSelectionModel>
 #include <QListView>
 #include <algorithm>
 #include <cctype>
 
+#include "window/qt/window_qt_internal.h"
+
 namespace window {
 
 // Letter case is ignored, so a, B and C sort as a person reads them.
 static bool LessNoCase(const std::string& a, const std::string& b) {
-    return std::lexicographical_compare(
-        a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            return std::tolower(static_cast<unsigned char>(x)) <
-                   std::tolower(static_cast<unsigned char>(y));
-        });
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) <
+               std::tolower(static_cast<unsigned char>(y));
+    });
 }
 
 SortedListModel::SortedListModel(QObject* parent) : QAbstractListModel(parent) {}
@@ -119,9 +118,8 @@ void SortedListModel::SetSelected(std::int16_t index, bool selected) {
     items_[static_cast<std::size_t>(index)].selected = selected;
     if (batch_ || view_ == nullptr) return;
     quiet_ = true;
-    view_->selectionModel()->select(this->index(index),
-                                    selected ? QItemSelectionModel::Select
-                                             : QItemSelectionModel::Deselect);
+    view_->selectionModel()->select(
+        this->index(index), selected ? QItemSelectionModel::Select : QItemSelectionModel::Deselect);
     quiet_ = false;
 }
 

@@ -35,7 +35,7 @@ QPixmap LogPicture(std::int16_t icon);
 // The highlight lives here and the view's selection mirrors it, so that a batch of moves
 // can change both lists without the view following every single entry.
 class SortedListModel final : public QAbstractListModel, public ClassList {
-public:
+  public:
     explicit SortedListModel(QObject* parent);
 
     // Shows the list in `view`, whose selection then follows the highlights and back.
@@ -58,7 +58,7 @@ public:
     bool Selected(std::int16_t index) const override;
     void SetSelected(std::int16_t index, bool selected) override;
 
-private:
+  private:
     struct Item {
         std::string text;
         bool selected;
@@ -78,7 +78,7 @@ private:
 
 // Keeps a list's batch open for the lifetime of the guard, also when a loader throws.
 class ListBatch {
-public:
+  public:
     ListBatch(SortedListModel& a, SortedListModel& b) : a_(a), b_(b) {
         a_.BeginBatch();
         b_.BeginBatch();
@@ -90,7 +90,7 @@ public:
     ListBatch(const ListBatch&) = delete;
     ListBatch& operator=(const ListBatch&) = delete;
 
-private:
+  private:
     SortedListModel& a_;
     SortedListModel& b_;
 };
