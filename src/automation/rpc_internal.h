@@ -1,6 +1,8 @@
 // Socket helpers shared by the client and the server side of the automation protocol.
 #pragma once
 
+#include <sched.h>
+
 #include <chrono>
 #include <string>
 
@@ -27,12 +29,15 @@ int ConnectSocket(const Address& address, std::chrono::milliseconds timeout, std
 void SetNoDelay(int fd);
 bool SetNonBlocking(int fd);
 
-// Tells the processor that this is a busy-wait loop, so that a sibling hardware thread (often
-// the one running our peer) gets the core's resources meanwhile.
+// One step of a busy wait. The pause hint gives a sibling hardware thread the core's
+// resources; the yield gives the processor itself to any thread waiting for it, which on a
+// machine with more runnable threads than cores is often the peer we are waiting for, so
+// that polling never delays the answer it polls for.
 inline void CpuRelax() {
 #if defined(__x86_64__) || defined(__i386__)
     __builtin_ia32_pause();
 #endif
+    sched_yield();
 }
 
 // The listening socket of a server.
