@@ -5,6 +5,7 @@
 #include <QMetaObject>
 #include <QStatusBar>
 #include <QTreeWidget>
+#include <stdexcept>
 
 #include "window_test_support.h"
 
@@ -99,6 +100,20 @@ TEST(UpdateLogMsg, ScrollsTheRowIntoView) {
     form->UpdateLogMsg(250, std::nullopt, "Failed", "class not found", 1, true);
     EXPECT_TRUE(log->viewport()->rect().contains(log->visualItemRect(row)));
     form->hide();
+}
+
+TEST(UpdateLogMsg, RejectsARowThatDoesNotExist) {
+    auto form = LogOf(2);
+    for (std::int16_t logId : {0, 3}) {
+        SCOPED_TRACE(logId);
+        try {
+            form->UpdateLogMsg(logId, std::nullopt, "Done");
+            ADD_FAILURE() << "no error";
+        } catch (const std::out_of_range& error) {
+            EXPECT_EQ(std::string(error.what()),
+                      "log row " + std::to_string(logId) + " does not exist");
+        }
+    }
 }
 
 TEST(UpdateLogMsg, LetsPendingEventsRun) {

@@ -4,6 +4,8 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeWidget>
+#include <stdexcept>
+#include <string>
 
 #include "window/qt/import_export_window.h"
 #include "window/qt/window_qt_internal.h"
@@ -52,6 +54,9 @@ void ImportExportWindow::UpdateLogMsg(std::int16_t logId, std::optional<std::str
                                       const std::string& errorText, std::int16_t icon,
                                       bool displayNow) {
     QTreeWidgetItem* row = lvwLog_->topLevelItem(logId - 1);
+    // A caller's mistake; it must not take the window down with it.
+    if (row == nullptr)
+        throw std::out_of_range("log row " + std::to_string(logId) + " does not exist");
     std::string status = msgText.value_or("");
     if (!errorText.empty()) status += " (" + errorText + ")";
     if (displayNow) lvwLog_->scrollToItem(row);
