@@ -236,13 +236,32 @@ int ClassCommand(const Options& options) {
     return 0;
 }
 
+// The usage lines of one command and their explanations.
+void PrintCommandHelp(const std::string& command) {
+    std::string usage = kUsage;
+    std::string prefix = "  " + command + " ";
+    bool inCommand = false;
+    std::cout << "usage: tavro-host\n";
+    for (std::size_t start = 0; start < usage.size();) {
+        std::size_t end = usage.find('\n', start);
+        std::string line = usage.substr(start, end - start);
+        start = end == std::string::npos ? usage.size() : end + 1;
+        bool explanation = line.rfind("      ", 0) == 0;
+        if (!explanation) inCommand = line.rfind(prefix, 0) == 0;
+        if (inCommand) std::cout << line << "\n";
+    }
+    if (command != "init" && command != "serve") {
+        std::cout << "\nThe data directory comes from --data DIR or $TAVRO_DATA.\n";
+    }
+}
+
 int Run(const Options& options) {
     if (options.words.empty()) {
         std::cout << kUsage;
         return options.help ? 0 : 1;
     }
     if (options.help) {
-        std::cout << kUsage;
+        PrintCommandHelp(options.words[0]);
         return 0;
     }
     const std::string& command = options.words[0];

@@ -180,6 +180,9 @@ void InitStore(const std::string& dir, const std::string& user, const std::strin
     AddUser(store, user, password, /*development=*/true, cost);
     si::Statement(store, "INSERT INTO meta (key, value) VALUES ('version', '1')").Run();
     transaction.Commit();
+    // The database holds the password hashes: only its owner reads it.
+    std::filesystem::permissions(DatabasePath(dir), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+                                 std::filesystem::perm_options::replace, ec);
 }
 
 std::unique_ptr<Store> OpenStore(const std::string& dir) {
