@@ -1,5 +1,4 @@
 #include "model/model.h"
-
 #include "naming/naming.h"
 
 namespace model {
@@ -40,7 +39,8 @@ void LoadRoseClassList(window::ClassList& AvailList, window::ClassList& SelectLi
         window::ClassList& list = selected ? SelectList : AvailList;
         window::ClassList& ids = selected ? SelectListIDs : AvailListIDs;
         // The visible list sorts; the key goes to the same position in its companion.
-        std::int16_t index = list.AddItem(naming::ServerClassNameOfRosePath(rose::QualifiedName(cls)));
+        std::int16_t index =
+            list.AddItem(naming::ServerClassNameOfRosePath(rose::QualifiedName(cls)));
         ids.InsertItem(index, rose::UniqueKey(cls));
     }
 }

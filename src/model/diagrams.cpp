@@ -1,6 +1,6 @@
-#include "model/model.h"
-
 #include <vector>
+
+#include "model/model.h"
 
 namespace model {
 

@@ -10,8 +10,8 @@ ObjectRef RoseApp;
 bool ConnectToRose() {
     // Attach only: the add-in never starts the modelling tool itself.
     try {
-        ObjectRef app = automation::Cast(platform::GetActiveObject("Rose.Application"),
-                                         iid::kApplication);
+        ObjectRef app =
+            automation::Cast(platform::GetActiveObject("Rose.Application"), iid::kApplication);
         if (!app) return false;
         RoseApp = std::move(app);
         return true;

@@ -73,14 +73,14 @@ struct Category {
                                   OwnedClasses = 419, CreateClass = 421, CreateCategory = 423;
 };
 struct Class {
-    static constexpr std::int32_t Name = 100, UniqueKey = 102, DocText = 203,
-                                  QualifiedName = 12555, AsElement = 207, IsAbstract = 412,
-                                  IsPersistent = 414, OwningCategory = 415, Attributes = 416,
-                                  Operations = 417, SuperclassLinks = 423, Associations = 425,
-                                  CreateOperation = 427, CreateAttribute = 428,
-                                  CreateAssociation = 429, DeleteAssociation = 433,
-                                  DeleteOperation = 434, DeleteAttribute = 435,
-                                  CreateSuperclassLink = 437, DeleteSuperclassLink = 438;
+    static constexpr std::int32_t Name = 100, UniqueKey = 102, DocText = 203, QualifiedName = 12555,
+                                  AsElement = 207, IsAbstract = 412, IsPersistent = 414,
+                                  OwningCategory = 415, Attributes = 416, Operations = 417,
+                                  SuperclassLinks = 423, Associations = 425, CreateOperation = 427,
+                                  CreateAttribute = 428, CreateAssociation = 429,
+                                  DeleteAssociation = 433, DeleteOperation = 434,
+                                  DeleteAttribute = 435, CreateSuperclassLink = 437,
+                                  DeleteSuperclassLink = 438;
     static constexpr const char* GetQualifiedName = "GetQualifiedName";
 };
 struct Element {
@@ -131,8 +131,7 @@ struct ClassView {
     static constexpr std::int32_t PlacementA = 203, PlacementB = 202;
 };
 struct Collection {
-    static constexpr std::int32_t Count = 202, ItemAt = 203, ContainsItem = 204,
-                                  IndexOfName = 205;
+    static constexpr std::int32_t Count = 202, ItemAt = 203, ContainsItem = 204, IndexOfName = 205;
 };
 }  // namespace ids
 

@@ -1,6 +1,5 @@
-#include "naming/naming.h"
-
 #include "model/rose.h"
+#include "naming/naming.h"
 
 namespace naming {
 

@@ -122,8 +122,7 @@ TEST(LoadRoseClassList, EndsTheProcessWhenTheUserCancelsTheConnection) {
     InstallUi(ui);
     window::PlainWindow form;
     EXPECT_THROW(model::LoadRoseClassList(form.lstAvailableClasses(), form.lstSelectedClasses(),
-                                          form.lstAvailableClassIDs(),
-                                          form.lstSelectedClassIDs()),
+                                          form.lstAvailableClassIDs(), form.lstSelectedClassIDs()),
                  platform::ProcessEnded);
     ASSERT_EQ(ui->boxes.size(), 1u);
     EXPECT_EQ(ui->boxes[0].text, "Unable to connect to Rational Rose");

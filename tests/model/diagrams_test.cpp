@@ -58,9 +58,8 @@ TEST(RefreshClassDiagram, KeepsEveryClassWithItsPlacement) {
         view->placementB = p.b;
     }
     Attach(model);
-    ObjectRef diagramObject = rose::ClassDiagramAt(rose::ClassDiagrams(rose::TopCategory(
-                                                       rose::ActiveModel(rose::RoseApp))),
-                                                   1);
+    ObjectRef diagramObject = rose::ClassDiagramAt(
+        rose::ClassDiagrams(rose::TopCategory(rose::ActiveModel(rose::RoseApp))), 1);
     model::RefreshClassDiagram(diagramObject);
 
     std::vector<Placed> after = Placements(*diagram);
@@ -90,11 +89,11 @@ std::shared_ptr<automation::LocalObject> RecordingDiagram(std::vector<std::strin
     diagram->Define(419, "RemoveClass", record("RemoveClass"));
     diagram->Define(412, "AddClass", record("AddClass"));
     diagram->Define(205, "Redraw", record("Redraw"));
-    diagram->Define(427, "ClassViewOf", [&calls](automation::CallKind, const automation::Args&)
-                                            -> automation::Variant {
-        calls.push_back("ClassViewOf");
-        throw automation::AutomationError("the view is locked");
-    });
+    diagram->Define(427, "ClassViewOf",
+                    [&calls](automation::CallKind, const automation::Args&) -> automation::Variant {
+                        calls.push_back("ClassViewOf");
+                        throw automation::AutomationError("the view is locked");
+                    });
     return diagram;
 }
 

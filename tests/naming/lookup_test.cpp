@@ -124,10 +124,10 @@ TEST(FindOrCreateCategory, GivesNoObjectForAnEmptyNameOrARefusal) {
     // A modelling tool whose application refuses everything.
     auto refusing = std::make_shared<automation::LocalObject>(
         std::vector<std::string>{rose::iid::kApplication});
-    refusing->Define(209, "ActiveModel", [](automation::CallKind, const automation::Args&)
-                                             -> automation::Variant {
-        throw automation::AutomationError("the model is locked");
-    });
+    refusing->Define(209, "ActiveModel",
+                     [](automation::CallKind, const automation::Args&) -> automation::Variant {
+                         throw automation::AutomationError("the model is locked");
+                     });
     rose::RoseApp = refusing;
     EXPECT_EQ(naming::FindOrCreateCategory("Shop.Order.Line"), nullptr);
     EXPECT_THROW(naming::FindRoseClass("Shop.Order.Line"), automation::AutomationError);

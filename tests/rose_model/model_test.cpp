@@ -149,8 +149,8 @@ TEST(GetToolProperty, OwnValueElseDeclaredDefaultElseEmpty) {
 
 TEST(ToolProperties, ListsDeclaredThenOwnProperties) {
     Sample s = MakeSample();
-    s.model->propertySets.push_back({"Parameter", "default__Attribute",
-                                     {{"MAXLEN", "50"}, {"MINLEN", ""}}});
+    s.model->propertySets.push_back(
+        {"Parameter", "default__Attribute", {{"MAXLEN", "50"}, {"MINLEN", ""}}});
     ObjectRef attribute = Item(Get(ClassAtPath(s, "Logical View::Person"), 416).ToObject(), 1);
     Call(attribute, 110, {"Parameter", "PATTERN", "3N"});
     Call(attribute, 110, {"Parameter", "MAXLEN", "20"});

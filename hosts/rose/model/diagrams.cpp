@@ -1,6 +1,6 @@
-#include "model.h"
-
 #include <algorithm>
+
+#include "model.h"
 
 namespace rosehost {
 namespace {
@@ -57,7 +57,8 @@ std::shared_ptr<ClassView> AddClass(Diagram& diagram, const std::shared_ptr<Clas
     view->placementA = static_cast<std::int16_t>(
         kGridLeft + kGridWidth * static_cast<std::int16_t>(slot % kGridColumns));
     view->placementB = static_cast<std::int16_t>(
-        kGridTop + kGridHeight * static_cast<std::int16_t>(std::min<std::size_t>(slot / kGridColumns, 100)));
+        kGridTop +
+        kGridHeight * static_cast<std::int16_t>(std::min<std::size_t>(slot / kGridColumns, 100)));
     diagram.views.push_back(view);
     return view;
 }

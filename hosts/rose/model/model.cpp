@@ -219,8 +219,7 @@ std::shared_ptr<Operation> CreateOperation(Model& model, Class& cls, const std::
 
 std::shared_ptr<Parameter> CreateParameter(Model& model, Operation& operation,
                                            const std::string& name, const std::string& type,
-                                           const std::string& defaultValue,
-                                           std::int16_t position) {
+                                           const std::string& defaultValue, std::int16_t position) {
     auto parameter = std::make_shared<Parameter>();
     parameter->name = name;
     parameter->quid = NewQuid(model);
@@ -240,8 +239,8 @@ std::shared_ptr<Association> CreateAssociation(Model& model, Class& cls, const s
     association->quid = NewQuid(model);
     association->roles[0] = NewRole(model, QualifiedName(cls), cls.quid);
     auto far = ResolveClass(model, path, "");
-    association->roles[1] = NewRole(model, far ? QualifiedName(*far) : path,
-                                    far ? far->quid : std::string());
+    association->roles[1] =
+        NewRole(model, far ? QualifiedName(*far) : path, far ? far->quid : std::string());
     auto owner = cls.owner.lock();
     (owner ? owner : model.top)->associations.push_back(association);
     return association;
@@ -273,8 +272,7 @@ std::vector<std::shared_ptr<Association>> AssociationsOf(const Model& model, con
     return out;
 }
 
-std::shared_ptr<Role> RoleOf(const Model& model, const Association& association,
-                             const Class& cls) {
+std::shared_ptr<Role> RoleOf(const Model& model, const Association& association, const Class& cls) {
     for (const auto& role : association.roles) {
         if (RoleIsAt(model, *role, cls)) return role;
     }

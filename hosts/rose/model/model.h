@@ -175,8 +175,7 @@ std::shared_ptr<Operation> CreateOperation(Model& model, Class& cls, const std::
 // Inserts at the 1-based position (clamped to the list).
 std::shared_ptr<Parameter> CreateParameter(Model& model, Operation& operation,
                                            const std::string& name, const std::string& type,
-                                           const std::string& defaultValue,
-                                           std::int16_t position);
+                                           const std::string& defaultValue, std::int16_t position);
 // An association from `cls` to the class named by `path`; roles[0] is the end at `cls`,
 // roles[1] the end at the named class (which need not exist). It is kept by cls's category.
 std::shared_ptr<Association> CreateAssociation(Model& model, Class& cls, const std::string& name,

@@ -1,6 +1,5 @@
 // The diagram, class diagram and class view objects, and the host itself.
 #include "objects.h"
-
 #include "objects_internal.h"
 
 namespace rosehost {
@@ -33,8 +32,7 @@ Variant DiagramRemoveClass(const Call<Diagram>& c) {
 }
 
 Variant DiagramClassViewOf(const Call<Diagram>& c) {
-    return ObjectFor(c.host, ClassViewOf(*c.target, *ArgTarget<Class>(c.Arg(0))),
-                     ClassViewKind());
+    return ObjectFor(c.host, ClassViewOf(*c.target, *ArgTarget<Class>(c.Arg(0))), ClassViewKind());
 }
 
 // Views are kept in the model; there is no picture to repaint.
@@ -59,31 +57,39 @@ Variant ViewPlacementB(const Call<ClassView>& c) {
 }  // namespace
 
 const Kind<Diagram>& DiagramKind() {
-    static const Kind<Diagram> kind{kTagDiagram, {iid::kDiagram}, {
-        {12668, "KindName", Access::Read, DiagramKindName},
-        {12525, "SelectedItems", Access::Read, DiagramSelectedItems},
-    }};
+    static const Kind<Diagram> kind{
+        kTagDiagram,
+        {iid::kDiagram},
+        {
+            {12668, "KindName", Access::Read, DiagramKindName},
+            {12525, "SelectedItems", Access::Read, DiagramSelectedItems},
+        }};
     return kind;
 }
 
 const Kind<Diagram>& ClassDiagramKind() {
-    static const Kind<Diagram> kind{kTagClassDiagram, {iid::kDiagram, iid::kClassDiagram}, {
-        {12668, "KindName", Access::Read, DiagramKindName},
-        {12525, "SelectedItems", Access::Read, DiagramSelectedItems},
-        {412, "AddClass", Access::Method, DiagramAddClass},
-        {416, "ShownClasses", Access::Read, DiagramShownClasses},
-        {419, "RemoveClass", Access::Method, DiagramRemoveClass},
-        {427, "ClassViewOf", Access::Method, DiagramClassViewOf},
-        {205, "Redraw", Access::Method, DiagramRedraw},
-    }};
+    static const Kind<Diagram> kind{
+        kTagClassDiagram,
+        {iid::kDiagram, iid::kClassDiagram},
+        {
+            {12668, "KindName", Access::Read, DiagramKindName},
+            {12525, "SelectedItems", Access::Read, DiagramSelectedItems},
+            {412, "AddClass", Access::Method, DiagramAddClass},
+            {416, "ShownClasses", Access::Read, DiagramShownClasses},
+            {419, "RemoveClass", Access::Method, DiagramRemoveClass},
+            {427, "ClassViewOf", Access::Method, DiagramClassViewOf},
+            {205, "Redraw", Access::Method, DiagramRedraw},
+        }};
     return kind;
 }
 
 const Kind<ClassView>& ClassViewKind() {
-    static const Kind<ClassView> kind{kTagClassView, {iid::kClassView}, {
-        {203, "PlacementA", Access::ReadWrite, ViewPlacementA},
-        {202, "PlacementB", Access::ReadWrite, ViewPlacementB},
-    }};
+    static const Kind<ClassView> kind{kTagClassView,
+                                      {iid::kClassView},
+                                      {
+                                          {203, "PlacementA", Access::ReadWrite, ViewPlacementA},
+                                          {202, "PlacementB", Access::ReadWrite, ViewPlacementB},
+                                      }};
     return kind;
 }
 

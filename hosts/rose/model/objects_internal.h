@@ -55,21 +55,33 @@ struct Member {
 
 template <class T>
 struct Kind {
-    int tag;                  // tells kinds apart in the identity table; 0: no identity kept
+    int tag;  // tells kinds apart in the identity table; 0: no identity kept
     std::vector<const char*> iids;
     std::vector<Member<T>> members;
 };
 
 // Kind tags.
 enum : int {
-    kTagNone = 0, kTagApplication, kTagModel, kTagCategory, kTagClass, kTagAttribute,
-    kTagOperation, kTagParameter, kTagAssociation, kTagRole, kTagSuperclassLink,
-    kTagExportControl, kTagDiagram, kTagClassDiagram, kTagClassView
+    kTagNone = 0,
+    kTagApplication,
+    kTagModel,
+    kTagCategory,
+    kTagClass,
+    kTagAttribute,
+    kTagOperation,
+    kTagParameter,
+    kTagAssociation,
+    kTagRole,
+    kTagSuperclassLink,
+    kTagExportControl,
+    kTagDiagram,
+    kTagClassDiagram,
+    kTagClassView
 };
 
 // What every object of the host offers besides dispatch: the element it stands for.
 class HostObject : public automation::Object {
-public:
+  public:
     virtual const void* Target() const = 0;
 };
 
@@ -86,7 +98,7 @@ inline bool SameName(std::string_view a, std::string_view b) {
 
 template <class T>
 class KindObject final : public HostObject {
-public:
+  public:
     KindObject(std::shared_ptr<Host> host, std::shared_ptr<T> target, const Kind<T>& kind)
         : host_(std::move(host)), target_(std::move(target)), kind_(kind) {}
 
@@ -111,7 +123,7 @@ public:
     const void* Target() const override { return target_.get(); }
     const std::shared_ptr<T>& Shared() const { return target_; }
 
-private:
+  private:
     Variant Run(const Member<T>& member, CallKind callKind, const Args& args) {
         bool put = callKind == CallKind::Put;
         if (put && member.access != Access::ReadWrite) {
@@ -154,7 +166,7 @@ std::shared_ptr<T> ArgTarget(const Variant& value) {
 // A collection as fetched: its items at that moment, 1-based.
 template <class T>
 class CollectionObject final : public automation::Object {
-public:
+  public:
     CollectionObject(std::shared_ptr<Host> host, const char* iid,
                      std::vector<std::shared_ptr<T>> items, const Kind<T>& itemKind)
         : host_(std::move(host)), iid_(iid), items_(std::move(items)), itemKind_(itemKind) {}
@@ -165,7 +177,7 @@ public:
         return iid_ != nullptr && automation::SameIid(iid_, iid);
     }
 
-private:
+  private:
     std::shared_ptr<Host> host_;
     const char* iid_;  // nullptr: a collection used without a cast
     std::vector<std::shared_ptr<T>> items_;
@@ -192,7 +204,8 @@ Variant CollectionObject<T>::Invoke(std::int32_t dispid, CallKind callKind, cons
         return args.front();
     };
     switch (dispid) {
-        case kCount: return ToCount(items_.size());
+        case kCount:
+            return ToCount(items_.size());
         case kItemAt: {
             std::int32_t index = arg().ToInt32();
             if (index < 1 || static_cast<std::size_t>(index) > items_.size()) {
@@ -215,7 +228,8 @@ Variant CollectionObject<T>::Invoke(std::int32_t dispid, CallKind callKind, cons
             }
             return std::int16_t{0};
         }
-        default: break;
+        default:
+            break;
     }
     throw AutomationError(std::string(automation::kErrMemberNotFound));
 }
@@ -224,7 +238,8 @@ template <class T>
 Variant CollectionObject<T>::InvokeByName(std::string_view name, CallKind callKind,
                                           const Args& args) {
     static constexpr std::pair<std::string_view, std::int32_t> kNames[] = {
-        {"Count", kCount}, {"ItemAt", kItemAt},
+        {"Count", kCount},
+        {"ItemAt", kItemAt},
         {"ContainsItem", kContainsItem},
         {"IndexOfName", kIndexOfName}};
     for (const auto& [known, dispid] : kNames) {

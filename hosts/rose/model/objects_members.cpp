@@ -1,7 +1,6 @@
 // The member objects: attributes, operations, parameters, associations and their roles,
 // superclass links, export controls and tool properties.
 #include "objects.h"
-
 #include "objects_internal.h"
 
 namespace rosehost {
@@ -29,9 +28,8 @@ Variant OperationParameterList(const Call<Operation>& c) {
 }
 
 Variant OperationCreateParameter(const Call<Operation>& c) {
-    auto parameter = CreateParameter(c.model(), *c.target, c.Arg(0).ToString(),
-                                     c.Arg(1).ToString(), c.Arg(2).ToString(),
-                                     c.Arg(3).ToInt16());
+    auto parameter = CreateParameter(c.model(), *c.target, c.Arg(0).ToString(), c.Arg(1).ToString(),
+                                     c.Arg(2).ToString(), c.Arg(3).ToInt16());
     return ObjectFor(c.host, parameter, ParameterKind());
 }
 
@@ -124,51 +122,59 @@ Variant ExportControlValue(const Call<std::int16_t>& c) {
 }
 
 Kind<Attribute> MakeAttributeKind() {
-    Kind<Attribute> kind{kTagAttribute, {iid::kAttribute}, {
-        {100, "Name", Access::Read, NameMember<Attribute>},
-        {203, "DocText", Access::ReadWrite, DocTextMember<Attribute>},
-        {413, "TypeName", Access::Read, AttributeTypeName},
-        {415, "ExportControl", Access::Read, ExportControlMember<Attribute>},
-        {0, "GetTypeClass", Access::Method, AttributeGetTypeClass},
-    }};
+    Kind<Attribute> kind{kTagAttribute,
+                         {iid::kAttribute},
+                         {
+                             {100, "Name", Access::Read, NameMember<Attribute>},
+                             {203, "DocText", Access::ReadWrite, DocTextMember<Attribute>},
+                             {413, "TypeName", Access::Read, AttributeTypeName},
+                             {415, "ExportControl", Access::Read, ExportControlMember<Attribute>},
+                             {0, "GetTypeClass", Access::Method, AttributeGetTypeClass},
+                         }};
     AddToolPropertyMembers<Attribute, ElementKind::Attribute>(kind.members);
     return kind;
 }
 
 Kind<Operation> MakeOperationKind() {
-    Kind<Operation> kind{kTagOperation, {iid::kOperation}, {
-        {100, "Name", Access::Read, NameMember<Operation>},
-        {203, "DocText", Access::ReadWrite, DocTextMember<Operation>},
-        {412, "ReturnTypeName", Access::Read, OperationReturnTypeName},
-        {413, "ParameterList", Access::Read, OperationParameterList},
-        {414, "ExportControl", Access::Read, ExportControlMember<Operation>},
-        {416, "CreateParameter", Access::Method, OperationCreateParameter},
-    }};
+    Kind<Operation> kind{kTagOperation,
+                         {iid::kOperation},
+                         {
+                             {100, "Name", Access::Read, NameMember<Operation>},
+                             {203, "DocText", Access::ReadWrite, DocTextMember<Operation>},
+                             {412, "ReturnTypeName", Access::Read, OperationReturnTypeName},
+                             {413, "ParameterList", Access::Read, OperationParameterList},
+                             {414, "ExportControl", Access::Read, ExportControlMember<Operation>},
+                             {416, "CreateParameter", Access::Method, OperationCreateParameter},
+                         }};
     AddToolPropertyMembers<Operation, ElementKind::Operation>(kind.members);
     return kind;
 }
 
 Kind<Association> MakeAssociationKind() {
-    Kind<Association> kind{kTagAssociation, {iid::kAssociation}, {
-        {203, "DocText", Access::ReadWrite, DocTextMember<Association>},
-        {212, "Kind", Access::ReadWrite, AssociationKindText},
-        {416, "RoleOf", Access::Method, AssociationRoleOf},
-        {417, "OtherRoleOf", Access::Method, AssociationOtherRoleOf},
-    }};
+    Kind<Association> kind{kTagAssociation,
+                           {iid::kAssociation},
+                           {
+                               {203, "DocText", Access::ReadWrite, DocTextMember<Association>},
+                               {212, "Kind", Access::ReadWrite, AssociationKindText},
+                               {416, "RoleOf", Access::Method, AssociationRoleOf},
+                               {417, "OtherRoleOf", Access::Method, AssociationOtherRoleOf},
+                           }};
     AddToolPropertyMembers<Association, ElementKind::Association>(kind.members);
     return kind;
 }
 
 Kind<Role> MakeRoleKind() {
-    Kind<Role> kind{kTagRole, {iid::kRole}, {
-        {100, "Name", Access::ReadWrite, NameMember<Role>},
-        {412, "RoleClassName", Access::Read, RoleClassName},
-        {614, "IsAggregate", Access::ReadWrite, RoleIsAggregate},
-        {616, "IsNavigable", Access::ReadWrite, RoleIsNavigable},
-        {617, "Multiplicity", Access::ReadWrite, RoleMultiplicity},
-        {618, "ExportControl", Access::Read, ExportControlMember<Role>},
-        {621, "RoleClass", Access::Read, RoleClass},
-    }};
+    Kind<Role> kind{kTagRole,
+                    {iid::kRole},
+                    {
+                        {100, "Name", Access::ReadWrite, NameMember<Role>},
+                        {412, "RoleClassName", Access::Read, RoleClassName},
+                        {614, "IsAggregate", Access::ReadWrite, RoleIsAggregate},
+                        {616, "IsNavigable", Access::ReadWrite, RoleIsNavigable},
+                        {617, "Multiplicity", Access::ReadWrite, RoleMultiplicity},
+                        {618, "ExportControl", Access::Read, ExportControlMember<Role>},
+                        {621, "RoleClass", Access::Read, RoleClass},
+                    }};
     AddToolPropertyMembers<Role, ElementKind::Role>(kind.members);
     return kind;
 }
@@ -186,13 +192,16 @@ const Kind<Operation>& OperationKind() {
 }
 
 const Kind<Parameter>& ParameterKind() {
-    static const Kind<Parameter> kind{kTagParameter, {iid::kParameter, iid::kElement}, {
-        {100, "Name", Access::Read, NameMember<Parameter>},
-        {203, "DocText", Access::ReadWrite, DocTextMember<Parameter>},
-        {207, "AsElement", Access::Read, ParameterAsElement},
-        {413, "TypeName", Access::Read, ParameterTypeName},
-        {414, "DefaultValue", Access::Read, ParameterDefaultValue},
-    }};
+    static const Kind<Parameter> kind{
+        kTagParameter,
+        {iid::kParameter, iid::kElement},
+        {
+            {100, "Name", Access::Read, NameMember<Parameter>},
+            {203, "DocText", Access::ReadWrite, DocTextMember<Parameter>},
+            {207, "AsElement", Access::Read, ParameterAsElement},
+            {413, "TypeName", Access::Read, ParameterTypeName},
+            {414, "DefaultValue", Access::Read, ParameterDefaultValue},
+        }};
     return kind;
 }
 
@@ -207,25 +216,32 @@ const Kind<Role>& RoleKind() {
 }
 
 const Kind<SuperclassLink>& SuperclassLinkKind() {
-    static const Kind<SuperclassLink> kind{kTagSuperclassLink, {iid::kSuperclassLink}, {
-        {12601, "SuperclassOf", Access::Read, SuperclassOf},
-        {412, "SuperclassNameText", Access::Read, SuperclassNameText},
-    }};
+    static const Kind<SuperclassLink> kind{
+        kTagSuperclassLink,
+        {iid::kSuperclassLink},
+        {
+            {12601, "SuperclassOf", Access::Read, SuperclassOf},
+            {412, "SuperclassNameText", Access::Read, SuperclassNameText},
+        }};
     return kind;
 }
 
 const Kind<std::int16_t>& ExportControlKind() {
-    static const Kind<std::int16_t> kind{kTagExportControl, {iid::kExportControl}, {
-        {202, "Value", Access::ReadWrite, ExportControlValue},
-    }};
+    static const Kind<std::int16_t> kind{kTagExportControl,
+                                         {iid::kExportControl},
+                                         {
+                                             {202, "Value", Access::ReadWrite, ExportControlValue},
+                                         }};
     return kind;
 }
 
 // Tool properties are handed out as fresh snapshots: only their names are asked for.
 const Kind<Element>& ToolPropertyKind() {
-    static const Kind<Element> kind{kTagNone, {iid::kToolProperty}, {
-        {202, "Name", Access::Read, NameMember<Element>},
-    }};
+    static const Kind<Element> kind{kTagNone,
+                                    {iid::kToolProperty},
+                                    {
+                                        {202, "Name", Access::Read, NameMember<Element>},
+                                    }};
     return kind;
 }
 

@@ -1,6 +1,5 @@
 // The application, model, category and class objects.
 #include "objects.h"
-
 #include "objects_internal.h"
 
 namespace rosehost {
@@ -76,9 +75,7 @@ Variant ClassUniqueKey(const Call<Class>& c) { return c.target->quid; }
 Variant ClassQualifiedName(const Call<Class>& c) { return QualifiedName(*c.target); }
 
 // A class is its own generic element: the same object answers both faces.
-Variant ClassAsElement(const Call<Class>& c) {
-    return ObjectFor(c.host, c.target, ClassKind());
-}
+Variant ClassAsElement(const Call<Class>& c) { return ObjectFor(c.host, c.target, ClassKind()); }
 
 Variant ClassIsAbstract(const Call<Class>& c) {
     if (c.put) {
@@ -101,13 +98,11 @@ Variant ClassOwningCategory(const Call<Class>& c) {
 }
 
 Variant ClassAttributes(const Call<Class>& c) {
-    return CollectionFor(c.host, iid::kAttributeCollection, c.target->attributes,
-                         AttributeKind());
+    return CollectionFor(c.host, iid::kAttributeCollection, c.target->attributes, AttributeKind());
 }
 
 Variant ClassOperations(const Call<Class>& c) {
-    return CollectionFor(c.host, iid::kOperationCollection, c.target->operations,
-                         OperationKind());
+    return CollectionFor(c.host, iid::kOperationCollection, c.target->operations, OperationKind());
 }
 
 Variant ClassSuperclassLinks(const Call<Class>& c) {
@@ -116,8 +111,8 @@ Variant ClassSuperclassLinks(const Call<Class>& c) {
 }
 
 Variant ClassAssociations(const Call<Class>& c) {
-    return CollectionFor(c.host, iid::kAssociationCollection,
-                         AssociationsOf(c.model(), *c.target), AssociationKind());
+    return CollectionFor(c.host, iid::kAssociationCollection, AssociationsOf(c.model(), *c.target),
+                         AssociationKind());
 }
 
 Variant ClassCreateOperation(const Call<Class>& c) {
@@ -127,8 +122,8 @@ Variant ClassCreateOperation(const Call<Class>& c) {
 }
 
 Variant ClassCreateAttribute(const Call<Class>& c) {
-    auto attribute = CreateAttribute(c.model(), *c.target, c.Arg(0).ToString(),
-                                     c.Arg(1).ToString(), c.Arg(2).ToString());
+    auto attribute = CreateAttribute(c.model(), *c.target, c.Arg(0).ToString(), c.Arg(1).ToString(),
+                                     c.Arg(2).ToString());
     return ObjectFor(c.host, attribute, AttributeKind());
 }
 
@@ -161,42 +156,46 @@ Variant ClassDeleteSuperclassLink(const Call<Class>& c) {
 }
 
 Kind<Category> MakeCategoryKind() {
-    Kind<Category> kind{kTagCategory, {iid::kCategory}, {
-        {100, "Name", Access::Read, NameMember<Category>},
-        {12555, "QualifiedName", Access::Read, CategoryQualifiedName},
-        {416, "ClassDiagrams", Access::Read, CategoryClassDiagrams},
-        {419, "OwnedClasses", Access::Read, CategoryOwnedClasses},
-        {421, "CreateClass", Access::Method, CategoryCreateClass},
-        {423, "CreateCategory", Access::Method, CategoryCreateCategory},
-    }};
+    Kind<Category> kind{kTagCategory,
+                        {iid::kCategory},
+                        {
+                            {100, "Name", Access::Read, NameMember<Category>},
+                            {12555, "QualifiedName", Access::Read, CategoryQualifiedName},
+                            {416, "ClassDiagrams", Access::Read, CategoryClassDiagrams},
+                            {419, "OwnedClasses", Access::Read, CategoryOwnedClasses},
+                            {421, "CreateClass", Access::Method, CategoryCreateClass},
+                            {423, "CreateCategory", Access::Method, CategoryCreateCategory},
+                        }};
     AddToolPropertyMembers<Category, ElementKind::Category>(kind.members);
     return kind;
 }
 
 Kind<Class> MakeClassKind() {
-    Kind<Class> kind{kTagClass, {iid::kClass, iid::kElement}, {
-        {100, "Name", Access::Read, NameMember<Class>},
-        {102, "UniqueKey", Access::Read, ClassUniqueKey},
-        {203, "DocText", Access::ReadWrite, DocTextMember<Class>},
-        {12555, "QualifiedName", Access::Read, ClassQualifiedName},
-        {0, "GetQualifiedName", Access::Method, ClassQualifiedName},
-        {207, "AsElement", Access::Read, ClassAsElement},
-        {412, "IsAbstract", Access::ReadWrite, ClassIsAbstract},
-        {414, "IsPersistent", Access::ReadWrite, ClassIsPersistent},
-        {415, "OwningCategory", Access::Read, ClassOwningCategory},
-        {416, "Attributes", Access::Read, ClassAttributes},
-        {417, "Operations", Access::Read, ClassOperations},
-        {423, "SuperclassLinks", Access::Read, ClassSuperclassLinks},
-        {425, "Associations", Access::Read, ClassAssociations},
-        {427, "CreateOperation", Access::Method, ClassCreateOperation},
-        {428, "CreateAttribute", Access::Method, ClassCreateAttribute},
-        {429, "CreateAssociation", Access::Method, ClassCreateAssociation},
-        {433, "DeleteAssociation", Access::Method, ClassDeleteAssociation},
-        {434, "DeleteOperation", Access::Method, ClassDeleteOperation},
-        {435, "DeleteAttribute", Access::Method, ClassDeleteAttribute},
-        {437, "CreateSuperclassLink", Access::Method, ClassCreateSuperclassLink},
-        {438, "DeleteSuperclassLink", Access::Method, ClassDeleteSuperclassLink},
-    }};
+    Kind<Class> kind{kTagClass,
+                     {iid::kClass, iid::kElement},
+                     {
+                         {100, "Name", Access::Read, NameMember<Class>},
+                         {102, "UniqueKey", Access::Read, ClassUniqueKey},
+                         {203, "DocText", Access::ReadWrite, DocTextMember<Class>},
+                         {12555, "QualifiedName", Access::Read, ClassQualifiedName},
+                         {0, "GetQualifiedName", Access::Method, ClassQualifiedName},
+                         {207, "AsElement", Access::Read, ClassAsElement},
+                         {412, "IsAbstract", Access::ReadWrite, ClassIsAbstract},
+                         {414, "IsPersistent", Access::ReadWrite, ClassIsPersistent},
+                         {415, "OwningCategory", Access::Read, ClassOwningCategory},
+                         {416, "Attributes", Access::Read, ClassAttributes},
+                         {417, "Operations", Access::Read, ClassOperations},
+                         {423, "SuperclassLinks", Access::Read, ClassSuperclassLinks},
+                         {425, "Associations", Access::Read, ClassAssociations},
+                         {427, "CreateOperation", Access::Method, ClassCreateOperation},
+                         {428, "CreateAttribute", Access::Method, ClassCreateAttribute},
+                         {429, "CreateAssociation", Access::Method, ClassCreateAssociation},
+                         {433, "DeleteAssociation", Access::Method, ClassDeleteAssociation},
+                         {434, "DeleteOperation", Access::Method, ClassDeleteOperation},
+                         {435, "DeleteAttribute", Access::Method, ClassDeleteAttribute},
+                         {437, "CreateSuperclassLink", Access::Method, ClassCreateSuperclassLink},
+                         {438, "DeleteSuperclassLink", Access::Method, ClassDeleteSuperclassLink},
+                     }};
     AddToolPropertyMembers<Class, ElementKind::Class>(kind.members);
     return kind;
 }
@@ -204,23 +203,28 @@ Kind<Class> MakeClassKind() {
 }  // namespace
 
 const Kind<Application>& ApplicationKind() {
-    static const Kind<Application> kind{kTagApplication, {iid::kApplication}, {
-        {209, "ActiveModel", Access::Read, ActiveModel},
-    }};
+    static const Kind<Application> kind{kTagApplication,
+                                        {iid::kApplication},
+                                        {
+                                            {209, "ActiveModel", Access::Read, ActiveModel},
+                                        }};
     return kind;
 }
 
 const Kind<Model>& ModelKind() {
-    static const Kind<Model> kind{kTagModel, {iid::kModel}, {
-        {100, "Name", Access::Read, ModelName},
-        {417, "TopCategory", Access::Read, TopCategory},
-        {432, "AllClasses", Access::Read, ModelAllClasses},
-        {433, "AllCategories", Access::Read, ModelAllCategories},
-        {12474, "ClassesByPath", Access::Method, ModelClassesByPath},
-        {12475, "ClassByUniqueKey", Access::Method, ModelClassByUniqueKey},
-        {12476, "CategoriesByPath", Access::Method, ModelCategoriesByPath},
-        {12527, "CurrentDiagram", Access::Read, ModelCurrentDiagram},
-    }};
+    static const Kind<Model> kind{
+        kTagModel,
+        {iid::kModel},
+        {
+            {100, "Name", Access::Read, ModelName},
+            {417, "TopCategory", Access::Read, TopCategory},
+            {432, "AllClasses", Access::Read, ModelAllClasses},
+            {433, "AllCategories", Access::Read, ModelAllCategories},
+            {12474, "ClassesByPath", Access::Method, ModelClassesByPath},
+            {12475, "ClassByUniqueKey", Access::Method, ModelClassByUniqueKey},
+            {12476, "CategoriesByPath", Access::Method, ModelCategoriesByPath},
+            {12527, "CurrentDiagram", Access::Read, ModelCurrentDiagram},
+        }};
     return kind;
 }
 

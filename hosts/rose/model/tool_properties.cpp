@@ -1,6 +1,6 @@
-#include "model.h"
-
 #include <algorithm>
+
+#include "model.h"
 
 namespace rosehost {
 namespace {
@@ -24,12 +24,18 @@ const ToolProperty* FindOwn(const Element& element, const std::string& tool,
 
 std::string DefaultSetName(ElementKind kind) {
     switch (kind) {
-        case ElementKind::Class: return "default__Class";
-        case ElementKind::Attribute: return "default__Attribute";
-        case ElementKind::Operation: return "default__Operation";
-        case ElementKind::Association: return "default__Association";
-        case ElementKind::Category: return "default__Category";
-        case ElementKind::Role: return "default__Role";
+        case ElementKind::Class:
+            return "default__Class";
+        case ElementKind::Attribute:
+            return "default__Attribute";
+        case ElementKind::Operation:
+            return "default__Operation";
+        case ElementKind::Association:
+            return "default__Association";
+        case ElementKind::Category:
+            return "default__Category";
+        case ElementKind::Role:
+            return "default__Role";
     }
     return "";
 }
@@ -55,8 +61,7 @@ std::string GetToolProperty(const Model& model, const Element& element, ElementK
     return "";
 }
 
-bool HasOwnToolProperty(const Element& element, const std::string& tool,
-                        const std::string& name) {
+bool HasOwnToolProperty(const Element& element, const std::string& tool, const std::string& name) {
     return FindOwn(element, tool, name) != nullptr;
 }
 
