@@ -16,9 +16,10 @@ using automation::ObjectRef;
 using automation::PutByName;
 
 class BenchDir {
-public:
+  public:
     BenchDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tavro-bench-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "tavro-bench-XXXXXX").string();
         path_ = mkdtemp(pattern.data());
         tavro::InitStore(path_, "dev", "bench-password", tavro::HashCost::Minimal);
     }
@@ -28,7 +29,7 @@ public:
     }
     const std::string& path() const { return path_; }
 
-private:
+  private:
     std::string path_;
 };
 
@@ -52,7 +53,8 @@ void SummaryQuery(benchmark::State& state) {
     ObjectRef factory = Connect(dir);
     std::int64_t rows = 0;
     for (auto _ : state) {
-        ObjectRef query = CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
+        ObjectRef query =
+            CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
         CallByName(query, "Execute");
         while (CallByName(query, "Next").ToBool()) {
             for (std::int32_t column = 1; column <= 8; ++column) {
@@ -62,18 +64,23 @@ void SummaryQuery(benchmark::State& state) {
         }
         CallByName(query, "Close");
     }
-    state.counters["rows"] = benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kAvgIterations);
+    state.counters["rows"] =
+        benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(SummaryQuery)->Arg(10000)->Unit(benchmark::kMillisecond);
 
 // A class as the export writes it: 50 properties and 20 methods, each created and inserted.
 ObjectRef BuildClass(const ObjectRef& factory, const std::string& name) {
-    ObjectRef def = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", name}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", name}).ToObject();
     PutByName(def, "Description", "A class with many members");
     PutByName(def, "super", "%Persistent");
     ObjectRef properties = GetByName(def, "Properties").ToObject();
     for (int i = 0; i < 50; ++i) {
-        ObjectRef prop = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", name + ":P" + std::to_string(i)}).ToObject();
+        ObjectRef prop =
+            CallByName(factory, "NewObject",
+                       {"%Dictionary.PropertyDefinition", name + ":P" + std::to_string(i)})
+                .ToObject();
         PutByName(prop, "Type", "%String");
         PutByName(prop, "Required", std::int32_t{1});
         CallByName(GetByName(prop, "Parameters").ToObject(), "SetAt", {"50", "MAXLEN"});
@@ -81,7 +88,10 @@ ObjectRef BuildClass(const ObjectRef& factory, const std::string& name) {
     }
     ObjectRef methods = GetByName(def, "Methods").ToObject();
     for (int i = 0; i < 20; ++i) {
-        ObjectRef method = CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", name + ":M" + std::to_string(i)}).ToObject();
+        ObjectRef method =
+            CallByName(factory, "NewObject",
+                       {"%Dictionary.MethodDefinition", name + ":M" + std::to_string(i)})
+                .ToObject();
         PutByName(method, "FormalSpec", "a:%Integer,b:%String=\"x\"");
         PutByName(method, "ReturnType", "%Status");
         CallByName(methods, "Insert", {method});
@@ -105,7 +115,9 @@ void OpenClassWithMembers(benchmark::State& state) {
     ObjectRef factory = Connect(dir);
     CallByName(BuildClass(factory, "Bench.Big"), "sys_Save");
     for (auto _ : state) {
-        ObjectRef def = CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Bench.Big"}).ToObject();
+        ObjectRef def =
+            CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Bench.Big"})
+                .ToObject();
         benchmark::DoNotOptimize(GetByName(GetByName(def, "Properties").ToObject(), "Count"));
         benchmark::DoNotOptimize(GetByName(GetByName(def, "Methods").ToObject(), "Count"));
     }

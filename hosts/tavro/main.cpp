@@ -1,13 +1,14 @@
 // tavro-host: the stand-in for the Tavro database server. It serves the class dictionary of a
 // data directory to the add-in over TCP and lets an operator manage users, namespaces and
 // class definitions from the command line.
+#include <termios.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <string>
-#include <termios.h>
-#include <unistd.h>
 #include <vector>
 
 #include "automation/rpc.h"
@@ -81,7 +82,8 @@ Options ParseOptions(int argc, char** argv) {
         } else if (TakeValue(argc, argv, i, "--data", options.data) ||
                    TakeValue(argc, argv, i, "--user", options.user) ||
                    TakeValue(argc, argv, i, "--password-file", options.passwordFile) ||
-                   TakeValue(argc, argv, i, "--bind", options.bind) || TakeValue(argc, argv, i, "--port", port)) {
+                   TakeValue(argc, argv, i, "--bind", options.bind) ||
+                   TakeValue(argc, argv, i, "--port", port)) {
             continue;
         } else if (arg.size() > 1 && arg[0] == '-') {
             Die("unknown option " + arg);
@@ -141,7 +143,8 @@ std::string ReadPassword(const Options& options) {
 }
 
 const std::string& Word(const Options& options, std::size_t index, const char* what) {
-    if (index >= options.words.size()) Die(std::string("missing ") + what + "; see tavro-host --help");
+    if (index >= options.words.size())
+        Die(std::string("missing ") + what + "; see tavro-host --help");
     return options.words[index];
 }
 
@@ -187,7 +190,8 @@ int UserCommand(const Options& options) {
     } else if (verb == "remove") {
         tavro::RemoveUser(*store, name);
     } else if (verb == "grant" || verb == "revoke") {
-        if (Word(options, 3, "permission") != "Development") Die("the only permission is Development");
+        if (Word(options, 3, "permission") != "Development")
+            Die("the only permission is Development");
         tavro::SetDevelopment(*store, name, verb == "grant");
     } else {
         Die("unknown user command " + verb);
@@ -213,18 +217,21 @@ int ClassCommand(const Options& options) {
     const std::string& ns = Word(options, 2, "namespace");
     auto store = tavro::OpenStore(DataDir(options));
     if (verb == "list") {
-        for (const tavro::SummaryRow& row : tavro::SummaryOf(*store, ns)) std::cout << row.name << "\n";
+        for (const tavro::SummaryRow& row : tavro::SummaryOf(*store, ns))
+            std::cout << row.name << "\n";
         return 0;
     }
     const std::string& name = Word(options, 3, "class name");
     if (verb == "show") {
         tavro::ClassDef def;
-        if (!tavro::LoadClass(*store, ns, name, def)) Die("class " + name + " does not exist in " + ns);
+        if (!tavro::LoadClass(*store, ns, name, def))
+            Die("class " + name + " does not exist in " + ns);
         std::cout << tavro::RenderClassXml(def);
     } else if (verb == "history") {
         for (const tavro::HistoryEntry& entry : tavro::ClassHistory(*store, ns, name)) {
-            std::cout << entry.version << "\tsaved " << entry.savedAt << " by " << entry.savedBy << "\t"
-                      << entry.reason << " " << entry.replacedAt << " by " << entry.replacedBy << "\n";
+            std::cout << entry.version << "\tsaved " << entry.savedAt << " by " << entry.savedBy
+                      << "\t" << entry.reason << " " << entry.replacedAt << " by "
+                      << entry.replacedBy << "\n";
         }
     } else if (verb == "restore") {
         int version = options.words.size() > 4 ? std::atoi(options.words[4].c_str()) : 0;
@@ -268,7 +275,8 @@ int Run(const Options& options) {
     if (command == "init") {
         std::string dir = Word(options, 1, "data directory");
         tavro::InitStore(dir, options.user, ReadPassword(options));
-        std::cout << "tavro-host: created " << dir << " with namespace USER and user " << options.user << "\n";
+        std::cout << "tavro-host: created " << dir << " with namespace USER and user "
+                  << options.user << "\n";
         return 0;
     }
     if (command == "serve") return Serve(options);

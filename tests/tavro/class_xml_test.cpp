@@ -47,8 +47,9 @@ TEST(RenderClassXml, WritesKeywordsInTableOrderAndParametersInKeyOrder) {
 
 TEST(ParseClassXml, ReadsBackWhatRenderWrote) {
     ClassDef def = SmallOrder();
-    def.methods.push_back(MakeItem(ItemKind::Method, "Recalc",
-                                   {{"Implementation", "  set x = 1\n  quit x\n"}, {"ClassMethod", "1"}}));
+    def.methods.push_back(
+        MakeItem(ItemKind::Method, "Recalc",
+                 {{"Implementation", "  set x = 1\n  quit x\n"}, {"ClassMethod", "1"}}));
     def.others.push_back(MakeItem(ItemKind::Storage, "Default", {{"Definition", " "}}));
     tavro::XmlParseResult result = tavro::ParseClassXml(tavro::RenderClassXml(def));
     ASSERT_TRUE(result.ok) << result.message;
@@ -58,8 +59,8 @@ TEST(ParseClassXml, ReadsBackWhatRenderWrote) {
 }
 
 TEST(ParseClassXml, AcceptsBooleanWordsAndNormalisesThem) {
-    tavro::XmlParseResult result =
-        tavro::ParseClassXml("<Class name=\"A.B\"><Final>True</Final><Abstract>false</Abstract></Class>");
+    tavro::XmlParseResult result = tavro::ParseClassXml(
+        "<Class name=\"A.B\"><Final>True</Final><Abstract>false</Abstract></Class>");
     ASSERT_TRUE(result.ok) << result.message;
     EXPECT_EQ(result.def.values.at("Final"), "1");
     EXPECT_EQ(result.def.values.at("Abstract"), "0");
@@ -77,22 +78,30 @@ TEST(ParseClassXml, RefusesWhatTheFormatDoesNotKnow) {
          "unknown element <Colour> in <Class>", 26},
         {"keyword in the wrong case", "<Class name=\"Shop.Order\"><description/></Class>",
          "unknown element <description> in <Class>", 26},
-        {"unknown property keyword", "<Class name=\"A.B\"><Property name=\"P\"><Colour/></Property></Class>",
+        {"unknown property keyword",
+         "<Class name=\"A.B\"><Property name=\"P\"><Colour/></Property></Class>",
          "unknown element <Colour> in <Property>", 38},
-        {"parameter outside a property", "<Class name=\"A.B\"><Method name=\"M\"><Parameter name=\"X\"/></Method></Class>",
+        {"parameter outside a property",
+         "<Class name=\"A.B\"><Method name=\"M\"><Parameter name=\"X\"/></Method></Class>",
          "unknown element <Parameter> in <Method>", 36},
         {"wrong root", "<Klass name=\"A.B\"/>", "unknown element <Klass>, expected <Class>", 1},
-        {"empty package segment", "<Class name=\"Shop..Order\"/>", "bad class name 'Shop..Order'", 1},
-        {"name starting with a digit", "<Class name=\"1Shop.Order\"/>", "bad class name '1Shop.Order'", 1},
+        {"empty package segment", "<Class name=\"Shop..Order\"/>", "bad class name 'Shop..Order'",
+         1},
+        {"name starting with a digit", "<Class name=\"1Shop.Order\"/>",
+         "bad class name '1Shop.Order'", 1},
         {"class without name", "<Class/>", "<Class> has no name", 1},
-        {"bad member name", "<Class name=\"A.B\"><Property name=\"To tal\"/></Class>", "bad Property name 'To tal'", 19},
+        {"bad member name", "<Class name=\"A.B\"><Property name=\"To tal\"/></Class>",
+         "bad Property name 'To tal'", 19},
         {"not a Boolean", "<Class name=\"A.B\"><Abstract>maybe</Abstract></Class>",
          "<Abstract> is not a Boolean: 'maybe'", 19},
         {"member twice", "<Class name=\"A.B\"><Property name=\"P\"/><Property name=\"p\"/></Class>",
          "Property 'p' given twice", 39},
-        {"keyword twice", "<Class name=\"A.B\"><Final>1</Final><Final>0</Final></Class>", "<Final> given twice", 35},
-        {"unknown attribute", "<Class name=\"A.B\" colour=\"red\"/>", "unexpected attribute 'colour' on <Class>", 1},
-        {"element inside a keyword", "<Class name=\"A.B\"><Description><b>x</b></Description></Class>",
+        {"keyword twice", "<Class name=\"A.B\"><Final>1</Final><Final>0</Final></Class>",
+         "<Final> given twice", 35},
+        {"unknown attribute", "<Class name=\"A.B\" colour=\"red\"/>",
+         "unexpected attribute 'colour' on <Class>", 1},
+        {"element inside a keyword",
+         "<Class name=\"A.B\"><Description><b>x</b></Description></Class>",
          "unexpected element <b> inside <Description>", 32},
         {"stray text", "<Class name=\"A.B\">text</Class>", "unexpected text inside <Class>", 18},
     };
@@ -107,7 +116,8 @@ TEST(ParseClassXml, RefusesWhatTheFormatDoesNotKnow) {
 }
 
 TEST(ParseClassXml, ReportsMalformedXmlWithItsOffset) {
-    tavro::XmlParseResult result = tavro::ParseClassXml("<Class name=\"A.B\"><Description>x</Class>");
+    tavro::XmlParseResult result =
+        tavro::ParseClassXml("<Class name=\"A.B\"><Description>x</Class>");
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.message, "malformed XML: Start-end tags mismatch");
     EXPECT_EQ(result.offset, 34u);
@@ -119,9 +129,18 @@ TEST(IsValidClassName, AcceptsPackagesAndServerNames) {
         bool valid;
     };
     const Case cases[] = {
-        {"Shop.Order", true}, {"%Library.String", true}, {"Person", true},   {"Shop.Order.Line2", true},
-        {"", false},          {"Shop.", false},          {".Order", false},  {"Shop.%Order", false},
-        {"Shop.Ord er", false}, {"Shop.2Order", false},  {"%", false},       {"Shop_Order", false},
+        {"Shop.Order", true},
+        {"%Library.String", true},
+        {"Person", true},
+        {"Shop.Order.Line2", true},
+        {"", false},
+        {"Shop.", false},
+        {".Order", false},
+        {"Shop.%Order", false},
+        {"Shop.Ord er", false},
+        {"Shop.2Order", false},
+        {"%", false},
+        {"Shop_Order", false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -51,12 +51,14 @@ TEST(SaveClass, SurvivesTheHostBeingKilledAtAnyMoment) {
         }
         close(pipeEnds[1]);
         int committed = 0;
-        ASSERT_EQ(read(pipeEnds[0], &committed, sizeof committed), static_cast<ssize_t>(sizeof committed));
+        ASSERT_EQ(read(pipeEnds[0], &committed, sizeof committed),
+                  static_cast<ssize_t>(sizeof committed));
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
         int last = committed;
-        while (read(pipeEnds[0], &committed, sizeof committed) == static_cast<ssize_t>(sizeof committed)) {
+        while (read(pipeEnds[0], &committed, sizeof committed) ==
+               static_cast<ssize_t>(sizeof committed)) {
             last = committed;
         }
         close(pipeEnds[0]);
@@ -68,7 +70,8 @@ TEST(SaveClass, SurvivesTheHostBeingKilledAtAnyMoment) {
         EXPECT_GE(version, last);  // a reported save is never lost
         EXPECT_LE(version, last + 1);
         ASSERT_EQ(def.properties.size(), static_cast<std::size_t>(version % 7 + 1));
-        for (const tavro::Item& prop : def.properties) EXPECT_EQ(prop.values.at("Description"), def.values["Description"]);
+        for (const tavro::Item& prop : def.properties)
+            EXPECT_EQ(prop.values.at("Description"), def.values["Description"]);
     }
 }
 

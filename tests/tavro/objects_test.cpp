@@ -28,13 +28,18 @@ std::string ErrorOf(const std::function<void()>& action) {
 
 // The add-in's way of writing a class: a new definition, one property, one method, saved.
 void SaveOrder(const ObjectRef& factory, const char* super = "%Persistent") {
-    ObjectRef def = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
     PutByName(def, "Description", "Orders");
     PutByName(def, "super", super);
-    ObjectRef prop = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"}).ToObject();
+    ObjectRef prop =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
+            .ToObject();
     PutByName(prop, "Type", "%Integer");
     CallByName(GetByName(def, "Properties").ToObject(), "Insert", {prop});
-    ObjectRef method = CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:Recalc"}).ToObject();
+    ObjectRef method =
+        CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:Recalc"})
+            .ToObject();
     PutByName(method, "FormalSpec", "qty:%Integer");
     CallByName(GetByName(def, "Methods").ToObject(), "Insert", {method});
     CallByName(def, "sys_Save");
@@ -68,7 +73,8 @@ TEST(NewObject, MemberIdNamesTheClassAndTheMember) {
 TEST(NewObject, RefusesAClassThatDoesNotExist) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "NewObject", {"Shop.Nothing"}); }), "class Shop.Nothing does not exist");
+    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "NewObject", {"Shop.Nothing"}); }),
+              "class Shop.Nothing does not exist");
 }
 
 TEST(LoadObjectById, RaisesForAnIdThatNamesNoClass) {
@@ -77,9 +83,14 @@ TEST(LoadObjectById, RaisesForAnIdThatNamesNoClass) {
     SaveOrder(factory);
     for (const char* operation : {"LoadObjectById", "OpenObjectById"}) {
         SCOPED_TRACE(operation);
-        EXPECT_EQ(ErrorOf([&] { CallByName(factory, operation, {"%Dictionary.ClassDefinition", "Shop.Nothing"}); }),
-                  "class definition Shop.Nothing does not exist");
-        ObjectRef def = CallByName(factory, operation, {"%Dictionary.ClassDefinition", "shop.order"}).ToObject();
+        EXPECT_EQ(
+            ErrorOf([&] {
+                CallByName(factory, operation, {"%Dictionary.ClassDefinition", "Shop.Nothing"});
+            }),
+            "class definition Shop.Nothing does not exist");
+        ObjectRef def =
+            CallByName(factory, operation, {"%Dictionary.ClassDefinition", "shop.order"})
+                .ToObject();
         EXPECT_EQ(GetByName(def, "name").ToString(), "Shop.Order");
         EXPECT_EQ(GetByName(def, "sys_OID").ToString(), "Shop.Order");
     }
@@ -89,7 +100,9 @@ TEST(LoadObjectById, ReadsBackWhatTheAddInWrote) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
-    ObjectRef def = CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     EXPECT_EQ(GetByName(def, "Description").ToString(), "Orders");
     EXPECT_EQ(GetByName(def, "SUPER").ToString(), "%Persistent");
     EXPECT_EQ(GetByName(def, "Abstract"), Variant(false));
@@ -99,31 +112,41 @@ TEST(LoadObjectById, ReadsBackWhatTheAddInWrote) {
     EXPECT_EQ(GetByName(total, "Type").ToString(), "%Integer");
     ObjectRef methods = GetByName(def, "Methods").ToObject();
     ASSERT_EQ(GetByName(methods, "Count").ToInt32(), 1);
-    EXPECT_EQ(GetByName(CallByName(methods, "GetAt", {std::int32_t{1}}).ToObject(), "FormalSpec").ToString(),
+    EXPECT_EQ(GetByName(CallByName(methods, "GetAt", {std::int32_t{1}}).ToObject(), "FormalSpec")
+                  .ToString(),
               "qty:%Integer");
 }
 
 TEST(Insert, KeepsOneMemberPerName) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    ObjectRef def = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
     ObjectRef properties = GetByName(def, "Properties").ToObject();
-    ObjectRef first = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"}).ToObject();
-    ObjectRef second = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"}).ToObject();
+    ObjectRef first =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
+            .ToObject();
+    ObjectRef second =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
+            .ToObject();
     CallByName(properties, "Insert", {first});
     CallByName(properties, "Insert", {first});
     EXPECT_EQ(GetByName(properties, "Count").ToInt32(), 1);
     CallByName(properties, "Insert", {second});
     EXPECT_EQ(GetByName(properties, "Count").ToInt32(), 1);
     EXPECT_EQ(CallByName(properties, "GetAt", {std::int32_t{1}}).ToObject(), second);
-    ObjectRef method = CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:M"}).ToObject();
-    EXPECT_EQ(ErrorOf([&] { CallByName(properties, "Insert", {method}); }), "Insert expects a property definition");
+    ObjectRef method =
+        CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:M"})
+            .ToObject();
+    EXPECT_EQ(ErrorOf([&] { CallByName(properties, "Insert", {method}); }),
+              "Insert expects a property definition");
 }
 
 TEST(Parameters, NextWalksTheKeysInOrder) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    ObjectRef prop = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Name"}).ToObject();
+    ObjectRef prop =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Name"}).ToObject();
     ObjectRef parameters = GetByName(prop, "Parameters").ToObject();
     CallByName(parameters, "SetAt", {"50", "MAXLEN"});
     CallByName(parameters, "SetAt", {",a,b", "VALUELIST"});
@@ -134,7 +157,8 @@ TEST(Parameters, NextWalksTheKeysInOrder) {
          key = CallByName(parameters, "Next", {key}).ToString()) {
         keys.push_back(key + "=" + CallByName(parameters, "GetAt", {key}).ToString());
     }
-    EXPECT_EQ(keys, (std::vector<std::string>{"DISPLAYLIST=,A,B", "MAXLEN=50", "MINLEN=1", "VALUELIST=,a,b"}));
+    EXPECT_EQ(keys, (std::vector<std::string>{"DISPLAYLIST=,A,B", "MAXLEN=50", "MINLEN=1",
+                                              "VALUELIST=,a,b"}));
     CallByName(parameters, "Clear");
     EXPECT_EQ(CallByName(parameters, "Next", {""}).ToString(), "");
 }
@@ -142,16 +166,18 @@ TEST(Parameters, NextWalksTheKeysInOrder) {
 TEST(Required, AcceptsAnIntegerOrABoolean) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    ObjectRef prop = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Lines"}).ToObject();
+    ObjectRef prop =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Lines"})
+            .ToObject();
     struct Case {
         const char* name;
         Variant value;
         bool expected;
     };
     const Case cases[] = {
-        {"integer 1", std::int32_t{1}, true},    {"integer 0", std::int32_t{0}, false},
-        {"16-bit 1", std::int16_t{1}, true},     {"Boolean true", true, true},
-        {"Boolean false", false, false},         {"text True", "True", true},
+        {"integer 1", std::int32_t{1}, true}, {"integer 0", std::int32_t{0}, false},
+        {"16-bit 1", std::int16_t{1}, true},  {"Boolean true", true, true},
+        {"Boolean false", false, false},      {"text True", "True", true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -162,15 +188,18 @@ TEST(Required, AcceptsAnIntegerOrABoolean) {
 }
 
 // The columns of one row of "Summary", by column name.
-std::map<std::string, std::string> SummaryRowOf(const ObjectRef& factory, const std::string& className) {
-    ObjectRef query = CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
+std::map<std::string, std::string> SummaryRowOf(const ObjectRef& factory,
+                                                const std::string& className) {
+    ObjectRef query =
+        CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
     std::int32_t columns = GetByName(query, "ColumnCount").ToInt32();
     CallByName(query, "Execute");
     std::map<std::string, std::string> row;
     while (CallByName(query, "Next").ToBool()) {
         std::map<std::string, std::string> values;
         for (std::int32_t i = 1; i <= columns; ++i) {
-            values[CallByName(query, "ColumnName", {i}).ToString()] = CallByName(query, "ColumnValue", {i}).ToString();
+            values[CallByName(query, "ColumnName", {i}).ToString()] =
+                CallByName(query, "ColumnValue", {i}).ToString();
         }
         if (values["Name"] == className) row = values;
     }
@@ -182,10 +211,14 @@ TEST(OpenQuery, SummaryClassifiesUserAndServerClasses) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
-    ObjectRef special = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Special"}).ToObject();
+    ObjectRef special =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Special"})
+            .ToObject();
     PutByName(special, "super", "Order");  // persistent through Shop.Order
     CallByName(special, "sys_Save");
-    ObjectRef address = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Address"}).ToObject();
+    ObjectRef address =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Address"})
+            .ToObject();
     PutByName(address, "ClassType", "serial");
     CallByName(address, "sys_Save");
 
@@ -211,7 +244,8 @@ TEST(OpenQuery, SummaryClassifiesUserAndServerClasses) {
         SCOPED_TRACE(c.name);
         std::map<std::string, std::string> row = SummaryRowOf(factory, c.name);
         ASSERT_FALSE(row.empty());
-        for (const char* column : {"Name", "System", "Persistent", "Super", "Hidden", "Datatype", "Serial"}) {
+        for (const char* column :
+             {"Name", "System", "Persistent", "Super", "Hidden", "Datatype", "Serial"}) {
             EXPECT_EQ(row.count(column), 1u) << column;
         }
         EXPECT_EQ(row["Datatype"], c.datatype);
@@ -224,7 +258,9 @@ TEST(OpenQuery, SummaryClassifiesUserAndServerClasses) {
 TEST(OpenQuery, RefusesOtherQueries) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "All"}); }),
+    EXPECT_EQ(ErrorOf([&] {
+                  CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "All"});
+              }),
               "query %Dictionary.ClassDefinition:All does not exist");
 }
 
@@ -234,23 +270,34 @@ TEST(SysSave, IsRefusedByTheServerForAUserWithoutDevelopment) {
     ObjectRef factory = Connect(dir, tavro_test::kViewer, tavro_test::kViewerPassword);
     const std::string denied = "access denied: user viewer lacks the 'Development' permission";
 
-    ObjectRef fresh = CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Line"}).ToObject();
+    ObjectRef fresh =
+        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Line"}).ToObject();
     EXPECT_EQ(ErrorOf([&] { CallByName(fresh, "sys_Save"); }), denied);
-    ObjectRef order = CallByName(factory, "OpenObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef order =
+        CallByName(factory, "OpenObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     PutByName(order, "Description", "changed");
     EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Save"); }), denied);
-    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Delete", {GetByName(order, "sys_OID")}); }), denied);
+    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Delete", {GetByName(order, "sys_OID")}); }),
+              denied);
 
-    ObjectRef reread = CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef reread =
+        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     EXPECT_EQ(GetByName(reread, "Description").ToString(), "Orders");
-    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Line"}); }),
-              "class definition Shop.Line does not exist");
+    EXPECT_EQ(
+        ErrorOf([&] {
+            CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Line"});
+        }),
+        "class definition Shop.Line does not exist");
 }
 
 TEST(SysSave, RefusesChangesToServerClasses) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    ObjectRef def = CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "%Library.String"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "%Library.String"})
+            .ToObject();
     EXPECT_EQ(GetByName(def, "ClassType").ToString(), "datatype");
     EXPECT_EQ(ErrorOf([&] { CallByName(def, "sys_Save"); }),
               "class %Library.String belongs to the server and cannot be changed");
@@ -260,11 +307,16 @@ TEST(SysDelete, DeletesTheClassWithTheGivenOid) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
-    ObjectRef def = CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     CallByName(def, "sys_Delete", {GetByName(def, "sys_OID")});
     CallByName(def, "sys_Close");
-    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}); }),
-              "class definition Shop.Order does not exist");
+    EXPECT_EQ(
+        ErrorOf([&] {
+            CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"});
+        }),
+        "class definition Shop.Order does not exist");
 }
 
 TEST(HasSecurityPermission, AnswersForTheConnectedUser) {
@@ -278,8 +330,9 @@ TEST(HasSecurityPermission, AnswersForTheConnectedUser) {
                           {tavro_test::kViewer, tavro_test::kViewerPassword, false}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.user);
-        ObjectRef utility =
-            CallByName(Connect(dir, c.user, c.password), "ClassHandle", {"%Dictionary.CorvansilUtility"}).ToObject();
+        ObjectRef utility = CallByName(Connect(dir, c.user, c.password), "ClassHandle",
+                                       {"%Dictionary.CorvansilUtility"})
+                                .ToObject();
         EXPECT_EQ(CallByName(utility, "SupportFeature", {"Security"}), Variant(true));
         EXPECT_EQ(CallByName(utility, "SupportFeature", {"Teleport"}), Variant(false));
         EXPECT_EQ(CallByName(utility, "HasSecurityPermission"), Variant(c.permitted));
@@ -303,7 +356,10 @@ TEST(Login, FailsForAWrongPasswordOrNamespace) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.message);
-        EXPECT_EQ(ErrorOf([&] { CallByName(login, "Login", {c.ns, c.user, c.password}); }), c.message);
+        EXPECT_EQ(ErrorOf([&] {
+                      CallByName(login, "Login", {c.ns, c.user, c.password});
+                  }),
+                  c.message);
     }
     ObjectRef session = CallByName(login, "Login", {"user", "dev", "dev-secret"}).ToObject();
     EXPECT_EQ(GetByName(session, "UserName").ToString(), "dev");

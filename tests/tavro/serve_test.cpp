@@ -23,19 +23,25 @@ ObjectRef LoginOver(const automation::rpc::Server& server, const char* user, con
 TEST(Login, ServesSeveralClientsOverTheNetwork) {
     DataDir dir;
     std::string path = dir.path();
-    automation::rpc::Server server([path](const automation::rpc::ConnectionInfo&) { return tavro::NewLoginObject(path); });
+    automation::rpc::Server server(
+        [path](const automation::rpc::ConnectionInfo&) { return tavro::NewLoginObject(path); });
     server.Listen("tcp:127.0.0.1:0");
     server.Start();
 
     ObjectRef writer = LoginOver(server, tavro_test::kDeveloper, tavro_test::kDeveloperPassword);
     ObjectRef reader = LoginOver(server, tavro_test::kViewer, tavro_test::kViewerPassword);
-    ObjectRef def = CallByName(writer, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(writer, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
     PutByName(def, "Description", "Orders");
-    ObjectRef prop = CallByName(writer, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"}).ToObject();
+    ObjectRef prop =
+        CallByName(writer, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
+            .ToObject();
     CallByName(GetByName(def, "Properties").ToObject(), "Insert", {prop});
     CallByName(def, "sys_Save");
 
-    ObjectRef seen = CallByName(reader, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef seen =
+        CallByName(reader, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     EXPECT_EQ(GetByName(seen, "Description").ToString(), "Orders");
     EXPECT_EQ(GetByName(GetByName(seen, "Properties").ToObject(), "Count").ToInt32(), 1);
     PutByName(seen, "Description", "mine now");
@@ -43,7 +49,8 @@ TEST(Login, ServesSeveralClientsOverTheNetwork) {
         CallByName(seen, "sys_Save");
         ADD_FAILURE() << "no error";
     } catch (const AutomationError& error) {
-        EXPECT_EQ(error.Description(), "access denied: user viewer lacks the 'Development' permission");
+        EXPECT_EQ(error.Description(),
+                  "access denied: user viewer lacks the 'Development' permission");
     }
     try {
         LoginOver(server, tavro_test::kDeveloper, "guess");

@@ -77,15 +77,31 @@ TEST(SaveClass, RefusesWritesThatTheActorMayNotMake) {
         const char* message;
     };
     const Case cases[] = {
-        {"user without Development", {"viewer"}, Described("Shop.Other", "x"), false,
+        {"user without Development",
+         {"viewer"},
+         Described("Shop.Other", "x"),
+         false,
          "access denied: user viewer lacks the 'Development' permission"},
-        {"revoked user", {"dev"}, Described("Shop.Order", "two"), true,
+        {"revoked user",
+         {"dev"},
+         Described("Shop.Order", "two"),
+         true,
          "access denied: user dev lacks the 'Development' permission"},
-        {"server class, even for the operator", {"op", true}, Described("%Library.String", "x"), true,
+        {"server class, even for the operator",
+         {"op", true},
+         Described("%Library.String", "x"),
+         true,
          "class %Library.String belongs to the server and cannot be changed"},
-        {"new class over an existing one", {"op", true}, Described("Shop.Order", "two"), false,
+        {"new class over an existing one",
+         {"op", true},
+         Described("Shop.Order", "two"),
+         false,
          "class Shop.Order already exists"},
-        {"bad name", {"op", true}, Described("Shop..Order", "x"), false, "bad class name 'Shop..Order'"},
+        {"bad name",
+         {"op", true},
+         Described("Shop..Order", "x"),
+         false,
+         "bad class name 'Shop..Order'"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

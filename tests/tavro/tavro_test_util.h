@@ -18,13 +18,15 @@ inline constexpr const char* kViewerPassword = "viewer-secret";
 // A fresh data directory with the user "dev" (Development) and "viewer" (without),
 // removed when the test ends.
 class DataDir {
-public:
+  public:
     DataDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tavro-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "tavro-test-XXXXXX").string();
         path_ = mkdtemp(pattern.data());
         tavro::InitStore(path_, kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
         auto store = tavro::OpenStore(path_);
-        tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false, tavro::HashCost::Minimal);
+        tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false,
+                       tavro::HashCost::Minimal);
     }
     ~DataDir() {
         std::error_code ignored;
@@ -34,7 +36,7 @@ public:
     DataDir& operator=(const DataDir&) = delete;
     const std::string& path() const { return path_; }
 
-private:
+  private:
     std::string path_;
 };
 

@@ -65,8 +65,8 @@ void SaveXml(const ObjectRef& factory, const std::string& xml, const std::string
 tavro::ClassDef LoadXml(const ObjectRef& factory, const std::string& className) {
     ObjectRef utility = NewUtility(factory);
     CallByName(utility, "LoadToXmlStream", {className});
-    tavro::XmlParseResult parsed =
-        tavro::ParseClassXml(GetByName(GetByName(utility, "XmlStream").ToObject(), "Data").ToString());
+    tavro::XmlParseResult parsed = tavro::ParseClassXml(
+        GetByName(GetByName(utility, "XmlStream").ToObject(), "Data").ToString());
     EXPECT_TRUE(parsed.ok) << parsed.message;
     return parsed.def;
 }
@@ -89,7 +89,8 @@ TEST(SaveFromXmlStream, KeepsHiddenPartsAndOnlyTheListedMembers) {
     EXPECT_EQ(def.properties[0].parameters["MAXVAL"], "100");
     EXPECT_EQ(NamesOf(def.methods), std::vector<std::string>{"Recalc"});
     EXPECT_EQ(def.methods[0].values["Implementation"], "  quit ..Total * 2");
-    EXPECT_EQ(NamesOf(def.others), (std::vector<std::string>{"ByTotal", "Big", "VERSION", "Default"}));
+    EXPECT_EQ(NamesOf(def.others),
+              (std::vector<std::string>{"ByTotal", "Big", "VERSION", "Default"}));
     EXPECT_EQ(def.others[1].values["SqlQuery"], "SELECT ID FROM Shop.Order WHERE Total > 50");
     EXPECT_EQ(def.others[3].values["DataLocation"], "^Shop.OrderD");
 }
@@ -109,9 +110,13 @@ TEST(SysSave, KeepsWhatTheModelCannotShow) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveXml(factory, kOrderXml, "Shop.Order", {"a:Total", "a:Date", "m:Recalc"});
-    ObjectRef def = CallByName(factory, "OpenObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def =
+        CallByName(factory, "OpenObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
+            .ToObject();
     PutByName(def, "Description", "Orders, edited");
-    ObjectRef date = CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Date"}).ToObject();
+    ObjectRef date =
+        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Date"})
+            .ToObject();
     PutByName(date, "Type", "%Date");
     CallByName(GetByName(def, "Properties").ToObject(), "Insert", {date});
     CallByName(def, "sys_Save");
@@ -120,7 +125,8 @@ TEST(SysSave, KeepsWhatTheModelCannotShow) {
     EXPECT_EQ(saved.values["Description"], "Orders, edited");
     EXPECT_EQ(NamesOf(saved.properties), (std::vector<std::string>{"Total", "Date"}));
     EXPECT_EQ(saved.methods.at(0).values["Implementation"], "  quit ..Total * 2");
-    EXPECT_EQ(NamesOf(saved.others), (std::vector<std::string>{"ByTotal", "Big", "VERSION", "Default"}));
+    EXPECT_EQ(NamesOf(saved.others),
+              (std::vector<std::string>{"ByTotal", "Big", "VERSION", "Default"}));
 }
 
 TEST(SaveFromXmlStream, RefusesBadInputAndStoresNothing) {
@@ -137,9 +143,12 @@ TEST(SaveFromXmlStream, RefusesBadInputAndStoresNothing) {
          "cannot store the class XML: malformed XML: Start-end tags mismatch (at offset 41)"},
         {"unknown element", "<Class name=\"Shop.Order\"><Colour/></Class>", "Shop.Order",
          "cannot store the class XML: unknown element <Colour> in <Class> (at offset 26)"},
-        {"bad name in the XML", "<Class name=\"Shop Order\"/>", "", "cannot store the class XML: bad class name 'Shop Order' (at offset 1)"},
-        {"bad new name", kOrderXml, "Shop.Or der", "cannot store the class XML: bad class name 'Shop.Or der'"},
-        {"server class", kOrderXml, "%Library.Order", "class %Library.Order belongs to the server and cannot be changed"},
+        {"bad name in the XML", "<Class name=\"Shop Order\"/>", "",
+         "cannot store the class XML: bad class name 'Shop Order' (at offset 1)"},
+        {"bad new name", kOrderXml, "Shop.Or der",
+         "cannot store the class XML: bad class name 'Shop.Or der'"},
+        {"server class", kOrderXml, "%Library.Order",
+         "class %Library.Order belongs to the server and cannot be changed"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -150,7 +159,8 @@ TEST(SaveFromXmlStream, RefusesBadInputAndStoresNothing) {
             EXPECT_EQ(error.Description(), c.message);
         }
     }
-    ObjectRef query = CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
+    ObjectRef query =
+        CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
     CallByName(query, "Execute");
     while (CallByName(query, "Next").ToBool()) {
         EXPECT_EQ(CallByName(query, "ColumnValue", {std::int32_t{1}}).ToString()[0], '%');
@@ -164,9 +174,11 @@ TEST(SaveFromXmlStream, IsRefusedForAUserWithoutDevelopment) {
         SaveXml(factory, kOrderXml, "Shop.Order", {"a:Total"});
         FAIL() << "no error";
     } catch (const AutomationError& error) {
-        EXPECT_EQ(error.Description(), "access denied: user viewer lacks the 'Development' permission");
+        EXPECT_EQ(error.Description(),
+                  "access denied: user viewer lacks the 'Development' permission");
     }
-    EXPECT_THROW(CallByName(NewUtility(factory), "LoadToXmlStream", {"Shop.Order"}), AutomationError);
+    EXPECT_THROW(CallByName(NewUtility(factory), "LoadToXmlStream", {"Shop.Order"}),
+                 AutomationError);
 }
 
 TEST(LoadToXmlStream, RaisesForAClassThatDoesNotExist) {

@@ -18,7 +18,8 @@ Variant NamedObject::InvokeByName(std::string_view name, CallKind kind, const Ar
 bool NamedObject::Implements(std::string_view) const { return false; }
 
 const Variant& Arg(const Args& args, std::size_t index) {
-    if (index >= args.size()) throw automation::AutomationError(std::string(automation::kErrBadArgCount));
+    if (index >= args.size())
+        throw automation::AutomationError(std::string(automation::kErrBadArgCount));
     return args[index];
 }
 
@@ -27,7 +28,9 @@ std::string OptionalText(const Args& args, std::size_t index) {
     return args[index].ToString();
 }
 
-void MemberNotFound() { throw automation::AutomationError(std::string(automation::kErrMemberNotFound)); }
+void MemberNotFound() {
+    throw automation::AutomationError(std::string(automation::kErrMemberNotFound));
+}
 
 void Refuse(const std::string& text) { throw automation::AutomationError(text); }
 

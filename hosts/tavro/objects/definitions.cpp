@@ -17,7 +17,9 @@ bool KeywordMember(ItemKind itemKind, Values& values, std::string_view name, Cal
     if (keyword == nullptr) return false;
     if (kind == CallKind::Put) {
         const Variant& value = Arg(args, args.empty() ? 0 : args.size() - 1);
-        SetValue(values, *keyword, keyword->kind == ValueKind::Bool ? (value.ToBool() ? "1" : "0") : value.ToString());
+        SetValue(
+            values, *keyword,
+            keyword->kind == ValueKind::Bool ? (value.ToBool() ? "1" : "0") : value.ToString());
         return true;
     }
     std::string text = ValueOf(values, *keyword);
@@ -25,12 +27,14 @@ bool KeywordMember(ItemKind itemKind, Values& values, std::string_view name, Cal
     return true;
 }
 
-std::string PutText(const Args& args) { return Arg(args, args.empty() ? 0 : args.size() - 1).ToString(); }
+std::string PutText(const Args& args) {
+    return Arg(args, args.empty() ? 0 : args.size() - 1).ToString();
+}
 
 // The type parameters of a property: values keyed by parameter name, walked in key order
 // with Next, as the add-in reads MAXLEN, VALUELIST and the like.
 class ParameterArray : public NamedObject {
-public:
+  public:
     explicit ParameterArray(std::shared_ptr<Item> item) : item_(std::move(item)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
@@ -57,7 +61,7 @@ public:
         MemberNotFound();
     }
 
-private:
+  private:
     // The key after `key`, "" after the last one; "" as `key` starts the walk.
     Variant Next(const std::string& key) {
         auto& parameters = item_->parameters;
@@ -71,9 +75,11 @@ private:
 
 void SaveMemberIntoClass(Session& session, const std::string& parent, const Item& item) {
     ClassDef def;
-    if (!LoadClass(*session.store, session.ns, parent, def)) Refuse("class " + parent + " does not exist");
+    if (!LoadClass(*session.store, session.ns, parent, def))
+        Refuse("class " + parent + " does not exist");
     std::vector<Item>& list = item.kind == ItemKind::Property ? def.properties : def.methods;
-    auto same = std::find_if(list.begin(), list.end(), [&](const Item& other) { return SameName(other.name, item.name); });
+    auto same = std::find_if(list.begin(), list.end(),
+                             [&](const Item& other) { return SameName(other.name, item.name); });
     if (same == list.end()) {
         list.push_back(item);
     } else {
@@ -84,8 +90,11 @@ void SaveMemberIntoClass(Session& session, const std::string& parent, const Item
 
 }  // namespace
 
-ItemObject::ItemObject(SessionRef sessionRef, ItemKind kind, std::string parentName, std::string name)
-    : session(std::move(sessionRef)), parent(std::move(parentName)), item(std::make_shared<Item>()) {
+ItemObject::ItemObject(SessionRef sessionRef, ItemKind kind, std::string parentName,
+                       std::string name)
+    : session(std::move(sessionRef)),
+      parent(std::move(parentName)),
+      item(std::make_shared<Item>()) {
     item->kind = kind;
     item->name = std::move(name);
     if (kind == ItemKind::Property) parameters = std::make_shared<ParameterArray>(item);
@@ -116,7 +125,8 @@ Variant ItemObject::Dispatch(std::string_view name, CallKind kind, const Args& a
     MemberNotFound();
 }
 
-std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& parent, const Item& item) {
+std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& parent,
+                                         const Item& item) {
     auto object = std::make_shared<ItemObject>(std::move(session), item.kind, parent, item.name);
     *object->item = item;
     return object;
@@ -133,13 +143,14 @@ Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& 
         auto member = std::dynamic_pointer_cast<ItemObject>(Arg(args, 0).ToObject());
         if (!member || member->item->kind != kind_) {
             Refuse(kind_ == ItemKind::Property ? "Insert expects a property definition"
-                                                : "Insert expects a method definition");
+                                               : "Insert expects a method definition");
         }
         member->parent = owner;
         if (std::find(items.begin(), items.end(), member) != items.end()) return {};
         // One member per name: a second definition of a name takes the first one's place.
-        auto same = std::find_if(items.begin(), items.end(),
-                                 [&](const auto& other) { return SameName(other->item->name, member->item->name); });
+        auto same = std::find_if(items.begin(), items.end(), [&](const auto& other) {
+            return SameName(other->item->name, member->item->name);
+        });
         if (same != items.end()) {
             *same = member;
         } else {
@@ -168,8 +179,10 @@ ClassObject::ClassObject(SessionRef session, ClassDef def, bool opened)
       methods_(std::make_shared<CollectionObject>(ItemKind::Method)) {
     if (opened) openedId_ = def_.name;
     properties_->owner = methods_->owner = def_.name;
-    for (const Item& item : def_.properties) properties_->items.push_back(ItemObjectOf(session_, def_.name, item));
-    for (const Item& item : def_.methods) methods_->items.push_back(ItemObjectOf(session_, def_.name, item));
+    for (const Item& item : def_.properties)
+        properties_->items.push_back(ItemObjectOf(session_, def_.name, item));
+    for (const Item& item : def_.methods)
+        methods_->items.push_back(ItemObjectOf(session_, def_.name, item));
     def_.properties.clear();
     def_.methods.clear();
 }

@@ -76,7 +76,8 @@ inline constexpr std::string_view kFeatureSecurity = "Security";
 
 // Columns of the query "Summary", in their order.
 inline constexpr std::string_view kSummaryColumns[] = {
-    "Name", "Super", "Hidden", "Datatype", "System", "Final", "Persistent", "Serial", "TimeChanged", "SqlTableName",
+    "Name",  "Super",      "Hidden", "Datatype",    "System",
+    "Final", "Persistent", "Serial", "TimeChanged", "SqlTableName",
 };
 
 }  // namespace tavro::members

@@ -20,12 +20,12 @@ using automation::Variant;
 // mean nothing on this side: every call comes by name.
 // A refusal of the store reaches the caller as an automation error with the store's text.
 class NamedObject : public automation::Object {
-public:
+  public:
     Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override;
     Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) final;
     bool Implements(std::string_view iid) const override;
 
-protected:
+  protected:
     virtual Variant Dispatch(std::string_view name, CallKind kind, const Args& args) = 0;
 };
 
@@ -40,14 +40,14 @@ std::string OptionalText(const Args& args, std::size_t index);
 
 // A character stream: text written in pieces and read back whole.
 class StreamObject : public NamedObject {
-public:
+  public:
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
     std::string data;
 };
 
 // A definition of a property or method, the item it edits shared with its parameter array.
 class ItemObject : public NamedObject {
-public:
+  public:
     ItemObject(SessionRef session, ItemKind kind, std::string parent, std::string name);
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
 
@@ -59,7 +59,7 @@ public:
 
 // The Properties or Methods of a class definition.
 class CollectionObject : public NamedObject {
-public:
+  public:
     explicit CollectionObject(ItemKind kind) : kind_(kind) {}
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
 
@@ -70,13 +70,13 @@ public:
 
 // A %Dictionary.ClassDefinition, new or opened from the store.
 class ClassObject : public NamedObject {
-public:
+  public:
     ClassObject(SessionRef session, ClassDef def, bool opened);
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
     // The definition as it stands, members included.
     ClassDef Current() const;
 
-private:
+  private:
     Variant Save();
     Variant Delete(const Args& args);
 
@@ -88,7 +88,8 @@ private:
 };
 
 // Builds the object of an item loaded from the store.
-std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& parent, const Item& item);
+std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& parent,
+                                         const Item& item);
 
 // The result set of the query "Summary".
 ObjectRef NewSummaryResultSet(SessionRef session);

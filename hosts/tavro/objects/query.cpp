@@ -14,23 +14,33 @@ Variant Flag(bool value) { return static_cast<std::int32_t>(value ? 1 : 0); }
 
 Variant ColumnOf(const SummaryRow& row, std::int32_t column) {
     switch (column) {
-        case 1: return row.name;
-        case 2: return row.super;
-        case 3: return Flag(row.hidden);
-        case 4: return Flag(row.datatype);
-        case 5: return Flag(row.system);
-        case 6: return Flag(row.final);
-        case 7: return Flag(row.persistent);
-        case 8: return Flag(row.serial);
-        case 9: return row.timeChanged;
-        case 10: return row.sqlTableName;
+        case 1:
+            return row.name;
+        case 2:
+            return row.super;
+        case 3:
+            return Flag(row.hidden);
+        case 4:
+            return Flag(row.datatype);
+        case 5:
+            return Flag(row.system);
+        case 6:
+            return Flag(row.final);
+        case 7:
+            return Flag(row.persistent);
+        case 8:
+            return Flag(row.serial);
+        case 9:
+            return row.timeChanged;
+        case 10:
+            return row.sqlTableName;
     }
     Refuse("no column " + std::to_string(column) + " in query Summary");
 }
 
 // One row per class of the namespace and per server class, read when the query is executed.
 class SummaryResultSet : public NamedObject {
-public:
+  public:
     explicit SummaryResultSet(SessionRef session) : session_(std::move(session)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
@@ -58,7 +68,8 @@ public:
         if (SameName(name, m::kColumnCount)) return kColumnCount;
         if (SameName(name, m::kColumnName)) {
             std::int32_t column = Arg(args, 0).ToInt32();
-            if (column < 1 || column > kColumnCount) Refuse("no column " + std::to_string(column) + " in query Summary");
+            if (column < 1 || column > kColumnCount)
+                Refuse("no column " + std::to_string(column) + " in query Summary");
             return m::kSummaryColumns[column - 1];
         }
         if (SameName(name, m::kColumnValue)) {
@@ -68,7 +79,7 @@ public:
         MemberNotFound();
     }
 
-private:
+  private:
     SessionRef session_;
     std::vector<SummaryRow> rows_;
     std::size_t next_ = 0;  // 1-based position of the current row, 0 before the first
@@ -77,6 +88,8 @@ private:
 
 }  // namespace
 
-ObjectRef NewSummaryResultSet(SessionRef session) { return std::make_shared<SummaryResultSet>(std::move(session)); }
+ObjectRef NewSummaryResultSet(SessionRef session) {
+    return std::make_shared<SummaryResultSet>(std::move(session));
+}
 
 }  // namespace tavro::objects_internal

@@ -1,6 +1,5 @@
-#include "hosts/tavro/objects/objects.h"
-
 #include "hosts/tavro/objects/members.h"
+#include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/objects/objects_internal.h"
 
 namespace tavro {
@@ -24,30 +23,35 @@ void SplitMemberId(const std::string& id, std::string& parent, std::string& memb
 }
 
 class SessionObject : public NamedObject {
-public:
+  public:
     explicit SessionObject(SessionRef session) : session_(std::move(session)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
-        if (SameName(name, m::kNewObject)) return NewObject(Arg(args, 0).ToString(), OptionalText(args, 1));
+        if (SameName(name, m::kNewObject))
+            return NewObject(Arg(args, 0).ToString(), OptionalText(args, 1));
         if (SameName(name, m::kOpenObjectById) || SameName(name, m::kLoadObjectById)) {
             return OpenById(Arg(args, 0).ToString(), Arg(args, 1).ToString());
         }
         if (SameName(name, m::kClassHandle)) return ClassHandle(Arg(args, 0).ToString());
-        if (SameName(name, m::kOpenQuery)) return OpenQuery(Arg(args, 0).ToString(), Arg(args, 1).ToString());
+        if (SameName(name, m::kOpenQuery))
+            return OpenQuery(Arg(args, 0).ToString(), Arg(args, 1).ToString());
         if (SameName(name, m::kNamespace)) return session_->ns;
         if (SameName(name, m::kUserName)) return session_->user;
         MemberNotFound();
     }
 
-private:
+  private:
     Variant NewObject(const std::string& className, const std::string& initial) {
         if (SameName(className, m::kClassDefinition)) {
             ClassDef def;
             def.name = initial;
-            return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/false));
+            return ObjectRef(
+                std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/false));
         }
-        if (SameName(className, m::kPropertyDefinition) || SameName(className, m::kMethodDefinition)) {
-            ItemKind kind = SameName(className, m::kPropertyDefinition) ? ItemKind::Property : ItemKind::Method;
+        if (SameName(className, m::kPropertyDefinition) ||
+            SameName(className, m::kMethodDefinition)) {
+            ItemKind kind =
+                SameName(className, m::kPropertyDefinition) ? ItemKind::Property : ItemKind::Method;
             std::string parent, member;
             SplitMemberId(initial, parent, member);
             return ObjectRef(std::make_shared<ItemObject>(session_, kind, parent, member));
@@ -66,26 +70,31 @@ private:
             if (!LoadClass(*session_->store, session_->ns, id, def)) {
                 Refuse("class definition " + id + " does not exist");
             }
-            return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/true));
+            return ObjectRef(
+                std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/true));
         }
-        if (SameName(className, m::kPropertyDefinition) || SameName(className, m::kMethodDefinition)) {
+        if (SameName(className, m::kPropertyDefinition) ||
+            SameName(className, m::kMethodDefinition)) {
             bool property = SameName(className, m::kPropertyDefinition);
             std::string parent, member;
             SplitMemberId(id, parent, member);
             ClassDef def;
             if (LoadClass(*session_->store, session_->ns, parent, def)) {
                 for (const Item& item : property ? def.properties : def.methods) {
-                    if (SameName(item.name, member)) return ObjectRef(ItemObjectOf(session_, def.name, item));
+                    if (SameName(item.name, member))
+                        return ObjectRef(ItemObjectOf(session_, def.name, item));
                 }
             }
-            Refuse(std::string(property ? "property" : "method") + " definition " + id + " does not exist");
+            Refuse(std::string(property ? "property" : "method") + " definition " + id +
+                   " does not exist");
         }
         Refuse("no object of class " + className + " has the id " + id);
     }
 
     Variant ClassHandle(const std::string& className) {
         if (SameName(className, m::kUtility)) return NewUtilityClassHandle(session_);
-        if (!ClassExists(*session_->store, session_->ns, className)) Refuse("class " + className + " does not exist");
+        if (!ClassExists(*session_->store, session_->ns, className))
+            Refuse("class " + className + " does not exist");
         return NewPlainClassHandle();
     }
 
@@ -100,7 +109,7 @@ private:
 };
 
 class LoginObject : public NamedObject {
-public:
+  public:
     explicit LoginObject(std::string dataDir) : dataDir_(std::move(dataDir)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
@@ -110,7 +119,7 @@ public:
         return NewSessionObject(std::move(session));
     }
 
-private:
+  private:
     std::string dataDir_;
 };
 
@@ -122,7 +131,8 @@ SessionRef OpenSession(const std::string& dataDir, const std::string& ns, const 
     try {
         session->store = OpenStore(dataDir);
         // The same answer for an unknown user and a wrong password tells a guesser nothing.
-        if (!CheckPassword(*session->store, user, password)) Refuse("access denied: wrong user name or password");
+        if (!CheckPassword(*session->store, user, password))
+            Refuse("access denied: wrong user name or password");
         if (SameName(ns, kSystemNamespace) || !NamespaceExists(*session->store, ns)) {
             Refuse("access denied: no namespace " + ns);
         }
@@ -134,8 +144,12 @@ SessionRef OpenSession(const std::string& dataDir, const std::string& ns, const 
     return session;
 }
 
-automation::ObjectRef NewSessionObject(SessionRef session) { return std::make_shared<SessionObject>(std::move(session)); }
+automation::ObjectRef NewSessionObject(SessionRef session) {
+    return std::make_shared<SessionObject>(std::move(session));
+}
 
-automation::ObjectRef NewLoginObject(const std::string& dataDir) { return std::make_shared<LoginObject>(dataDir); }
+automation::ObjectRef NewLoginObject(const std::string& dataDir) {
+    return std::make_shared<LoginObject>(dataDir);
+}
 
 }  // namespace tavro

@@ -33,11 +33,13 @@ MemberList ReadMemberList(const std::string& text) {
 }
 
 bool Named(const std::vector<std::string>& names, const Item& item) {
-    return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return SameName(name, item.name); });
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return SameName(name, item.name); });
 }
 
 void KeepNamed(std::vector<Item>& items, const std::vector<std::string>& names) {
-    items.erase(std::remove_if(items.begin(), items.end(), [&](const Item& item) { return !Named(names, item); }),
+    items.erase(std::remove_if(items.begin(), items.end(),
+                               [&](const Item& item) { return !Named(names, item); }),
                 items.end());
 }
 
@@ -60,7 +62,7 @@ bool ClassMethod(Session& session, std::string_view name, const Args& args, Vari
 }
 
 class UtilityClassHandle : public NamedObject {
-public:
+  public:
     explicit UtilityClassHandle(SessionRef session) : session_(std::move(session)) {}
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
         Variant result;
@@ -68,18 +70,18 @@ public:
         MemberNotFound();
     }
 
-private:
+  private:
     SessionRef session_;
 };
 
 class PlainClassHandle : public NamedObject {
-public:
+  public:
     Variant Dispatch(std::string_view, CallKind, const Args&) override { MemberNotFound(); }
 };
 
 // An unsaved instance of the utility class: the XML transfer of one class.
 class UtilityObject : public NamedObject {
-public:
+  public:
     explicit UtilityObject(SessionRef session)
         : session_(std::move(session)),
           xml_(std::make_shared<StreamObject>()),
@@ -101,7 +103,7 @@ public:
         MemberNotFound();
     }
 
-private:
+  private:
     Variant LoadToXmlStream(const std::string& className) {
         ClassDef def;
         try {
@@ -121,12 +123,13 @@ private:
     Variant SaveFromXmlStream() {
         XmlParseResult parsed = ParseClassXml(xml_->data);
         if (!parsed.ok) {
-            Refuse("cannot store the class XML: " + parsed.message + " (at offset " + std::to_string(parsed.offset) +
-                   ")");
+            Refuse("cannot store the class XML: " + parsed.message + " (at offset " +
+                   std::to_string(parsed.offset) + ")");
         }
         ClassDef def = std::move(parsed.def);
         if (!newClassName_.empty()) def.name = newClassName_;
-        if (!IsValidClassName(def.name)) Refuse("cannot store the class XML: bad class name '" + def.name + "'");
+        if (!IsValidClassName(def.name))
+            Refuse("cannot store the class XML: bad class name '" + def.name + "'");
         MemberList list = ReadMemberList(memberList_->data);
         KeepNamed(def.properties, list.properties);
         KeepNamed(def.methods, list.methods);
@@ -146,9 +149,13 @@ private:
 
 }  // namespace
 
-ObjectRef NewUtilityObject(SessionRef session) { return std::make_shared<UtilityObject>(std::move(session)); }
+ObjectRef NewUtilityObject(SessionRef session) {
+    return std::make_shared<UtilityObject>(std::move(session));
+}
 
-ObjectRef NewUtilityClassHandle(SessionRef session) { return std::make_shared<UtilityClassHandle>(std::move(session)); }
+ObjectRef NewUtilityClassHandle(SessionRef session) {
+    return std::make_shared<UtilityClassHandle>(std::move(session));
+}
 
 ObjectRef NewPlainClassHandle() { return std::make_shared<PlainClassHandle>(); }
 

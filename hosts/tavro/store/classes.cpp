@@ -1,6 +1,6 @@
-#include "hosts/tavro/xml/class_xml.h"
 #include "hosts/tavro/store/store.h"
 #include "hosts/tavro/store/store_internal.h"
+#include "hosts/tavro/xml/class_xml.h"
 
 namespace tavro {
 
@@ -13,12 +13,13 @@ std::string KeywordValue(const ClassDef& def, std::string_view name) {
 }
 
 // Moves the current definition of a class into the history, then removes it.
-void RetireCurrent(Store& store, const std::string& home, const std::string& name, const std::string& user,
-                   const std::string& reason) {
-    si::Statement keep(store,
-                       "INSERT INTO history (namespace, name, xml, saved_at, saved_by, replaced_at, "
-                       "replaced_by, reason) SELECT namespace, name, xml, saved_at, saved_by, ?, ?, ? "
-                       "FROM classes WHERE namespace = ? AND name = ?");
+void RetireCurrent(Store& store, const std::string& home, const std::string& name,
+                   const std::string& user, const std::string& reason) {
+    si::Statement keep(
+        store,
+        "INSERT INTO history (namespace, name, xml, saved_at, saved_by, replaced_at, "
+        "replaced_by, reason) SELECT namespace, name, xml, saved_at, saved_by, ?, ?, ? "
+        "FROM classes WHERE namespace = ? AND name = ?");
     keep.Bind(1, si::Now()).Bind(2, user).Bind(3, reason).Bind(4, home).Bind(5, name).Run();
     si::Statement drop(store, "DELETE FROM classes WHERE namespace = ? AND name = ?");
     drop.Bind(1, home).Bind(2, name).Run();
@@ -34,7 +35,8 @@ bool ReadXml(Store& store, const std::string& home, const std::string& name, std
 
 ClassDef ParseStored(const std::string& xml, const std::string& name) {
     XmlParseResult parsed = ParseClassXml(xml);
-    if (!parsed.ok) throw StoreError("stored definition of " + name + " is unreadable: " + parsed.message);
+    if (!parsed.ok)
+        throw StoreError("stored definition of " + name + " is unreadable: " + parsed.message);
     return std::move(parsed.def);
 }
 
@@ -78,14 +80,17 @@ void RequireWriteAccess(Store& store, const Actor& actor, const std::string& ns,
     }
     if (actor.isOperator || !NamespaceEnforcesSecurity(store, ns)) return;
     if (!HasDevelopment(store, actor.user)) {
-        throw StoreError("access denied: user " + actor.user + " lacks the 'Development' permission");
+        throw StoreError("access denied: user " + actor.user +
+                         " lacks the 'Development' permission");
     }
 }
 
-void InsertClassRow(Store& store, const std::string& ns, const ClassDef& def, const std::string& user) {
-    Statement insert(store,
-                     "INSERT INTO classes (namespace, name, super, class_type, hidden, final, "
-                     "sql_table_name, xml, saved_at, saved_by) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+void InsertClassRow(Store& store, const std::string& ns, const ClassDef& def,
+                    const std::string& user) {
+    Statement insert(
+        store,
+        "INSERT INTO classes (namespace, name, super, class_type, hidden, final, "
+        "sql_table_name, xml, saved_at, saved_by) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     std::string savedAt = KeywordValue(def, "TimeChanged");
     insert.Bind(1, ns)
         .Bind(2, def.name)
@@ -115,7 +120,8 @@ bool ClassExists(Store& store, const std::string& ns, const std::string& name) {
     return query.Step() && query.Int(0) > 0;
 }
 
-void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const Actor& actor, bool replace) {
+void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const Actor& actor,
+               bool replace) {
     RequireStorable(def);
     si::Transaction transaction(store);
     si::RequireWriteAccess(store, actor, ns, def.name);
@@ -128,7 +134,8 @@ void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const A
     transaction.Commit();
 }
 
-void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs, const Actor& actor) {
+void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs,
+                 const Actor& actor) {
     for (const ClassDef& def : defs) RequireStorable(def);
     si::Transaction transaction(store);
     RequireUserNamespace(store, ns);
@@ -151,11 +158,13 @@ void DeleteClass(Store& store, const std::string& ns, const std::string& name, c
     transaction.Commit();
 }
 
-std::vector<HistoryEntry> ClassHistory(Store& store, const std::string& ns, const std::string& name) {
+std::vector<HistoryEntry> ClassHistory(Store& store, const std::string& ns,
+                                       const std::string& name) {
     std::vector<HistoryEntry> entries;
-    si::Statement query(store,
-                        "SELECT saved_at, saved_by, replaced_at, replaced_by, reason, xml FROM history "
-                        "WHERE namespace = ? AND name = ? ORDER BY id");
+    si::Statement query(
+        store,
+        "SELECT saved_at, saved_by, replaced_at, replaced_by, reason, xml FROM history "
+        "WHERE namespace = ? AND name = ? ORDER BY id");
     query.Bind(1, si::HomeOf(ns, name)).Bind(2, name);
     while (query.Step()) {
         HistoryEntry entry;
@@ -178,7 +187,8 @@ void RestoreClass(Store& store, const std::string& ns, const std::string& name, 
     if (version < 0 || version > static_cast<int>(entries.size())) {
         throw StoreError("no version " + std::to_string(version) + " of " + name);
     }
-    const HistoryEntry& entry = entries[static_cast<std::size_t>(version == 0 ? entries.size() : version) - 1];
+    const HistoryEntry& entry =
+        entries[static_cast<std::size_t>(version == 0 ? entries.size() : version) - 1];
     ClassDef def = ParseStored(entry.xml, name);
     si::Transaction transaction(store);
     si::RequireWriteAccess(store, actor, ns, def.name);

@@ -172,8 +172,12 @@ void InitStore(const std::string& dir, const std::string& user, const std::strin
     // One transaction: a creation stopped half-way leaves a database that init may fill again.
     si::Transaction transaction(store);
     si::Exec(store, kSchema);
-    si::Statement(store, "INSERT INTO namespaces (name) VALUES (?)").Bind(1, std::string(kSystemNamespace)).Run();
-    si::Statement(store, "INSERT INTO namespaces (name) VALUES (?)").Bind(1, std::string(kDefaultNamespace)).Run();
+    si::Statement(store, "INSERT INTO namespaces (name) VALUES (?)")
+        .Bind(1, std::string(kSystemNamespace))
+        .Run();
+    si::Statement(store, "INSERT INTO namespaces (name) VALUES (?)")
+        .Bind(1, std::string(kDefaultNamespace))
+        .Run();
     for (const ClassDef& def : SystemCatalogue()) {
         si::InsertClassRow(store, kSystemNamespace, def, "system");
     }
@@ -181,21 +185,25 @@ void InitStore(const std::string& dir, const std::string& user, const std::strin
     si::Statement(store, "INSERT INTO meta (key, value) VALUES ('version', '1')").Run();
     transaction.Commit();
     // The database holds the password hashes: only its owner reads it.
-    std::filesystem::permissions(DatabasePath(dir), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
-                                 std::filesystem::perm_options::replace, ec);
+    std::filesystem::permissions(
+        DatabasePath(dir), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+        std::filesystem::perm_options::replace, ec);
 }
 
 std::unique_ptr<Store> OpenStore(const std::string& dir) {
     std::string path = DatabasePath(dir);
-    if (!std::filesystem::exists(path)) throw StoreError(dir + " holds no database; run tavro-host init first");
+    if (!std::filesystem::exists(path))
+        throw StoreError(dir + " holds no database; run tavro-host init first");
     auto store = std::make_unique<Store>(OpenDatabase(path, SQLITE_OPEN_READWRITE));
     Configure(*store);
-    if (!IsInitialised(*store)) throw StoreError(dir + " holds no initialised database; run tavro-host init again");
+    if (!IsInitialised(*store))
+        throw StoreError(dir + " holds no initialised database; run tavro-host init again");
     return store;
 }
 
 void AddNamespace(Store& store, const std::string& name, bool security) {
-    if (!IsValidMemberName(name) || name[0] == '%') throw StoreError("bad namespace name '" + name + "'");
+    if (!IsValidMemberName(name) || name[0] == '%')
+        throw StoreError("bad namespace name '" + name + "'");
     si::Transaction transaction(store);
     if (NamespaceExists(store, name)) throw StoreError("namespace " + name + " already exists");
     si::Statement insert(store, "INSERT INTO namespaces (name, security) VALUES (?, ?)");

@@ -17,7 +17,7 @@ namespace tavro {
 
 // Raised for every refusal and failure of the store; the text is meant for the user.
 class StoreError : public std::runtime_error {
-public:
+  public:
     explicit StoreError(const std::string& text) : std::runtime_error(text) {}
 };
 
@@ -28,14 +28,14 @@ inline constexpr const char* kDatabaseFile = "tavro.db";
 // One open connection to a data directory's database. Each client session has its own, so
 // several clients read and write at once; SQLite serialises the writes.
 class Store {
-public:
+  public:
     explicit Store(sqlite3* db) : db_(db) {}
     ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
     sqlite3* db() const { return db_; }
 
-private:
+  private:
     sqlite3* db_;
 };
 
@@ -83,7 +83,8 @@ void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const A
                bool replace);
 // Stores many definitions in one transaction, replacing those that exist (for loading a
 // namespace from files, and for benchmarks).
-void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs, const Actor& actor);
+void SaveClasses(Store& store, const std::string& ns, const std::vector<ClassDef>& defs,
+                 const Actor& actor);
 // Deletes a class; its definition goes to the history.
 void DeleteClass(Store& store, const std::string& ns, const std::string& name, const Actor& actor);
 
@@ -110,7 +111,8 @@ struct HistoryEntry {
     std::string reason;  // "replaced", "deleted" or "restored"
     std::string xml;
 };
-std::vector<HistoryEntry> ClassHistory(Store& store, const std::string& ns, const std::string& name);
+std::vector<HistoryEntry> ClassHistory(Store& store, const std::string& ns,
+                                       const std::string& name);
 // Brings back a kept definition (the newest when `version` is 0); the current one, if any,
 // goes to the history in the same transaction.
 void RestoreClass(Store& store, const std::string& ns, const std::string& name, int version,

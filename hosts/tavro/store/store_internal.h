@@ -11,7 +11,7 @@ namespace tavro::store_internal {
 
 // A prepared statement, finalised when it goes out of scope.
 class Statement {
-public:
+  public:
     Statement(Store& store, const char* sql);
     ~Statement();
     Statement(const Statement&) = delete;
@@ -25,21 +25,21 @@ public:
     std::string Text(int column) const;
     int Int(int column) const;
 
-private:
+  private:
     sqlite3* db_;
     sqlite3_stmt* stmt_ = nullptr;
 };
 
 // BEGIN IMMEDIATE ... COMMIT; rolled back when left without Commit (an exception).
 class Transaction {
-public:
+  public:
     explicit Transaction(Store& store);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
     void Commit();
 
-private:
+  private:
     Store& store_;
     bool done_ = false;
 };
@@ -58,6 +58,7 @@ void RequireWriteAccess(Store& store, const Actor& actor, const std::string& ns,
                         const std::string& className);
 
 // Inserts a class row from `def`; used by saves, restores and the creation of the catalogue.
-void InsertClassRow(Store& store, const std::string& ns, const ClassDef& def, const std::string& user);
+void InsertClassRow(Store& store, const std::string& ns, const ClassDef& def,
+                    const std::string& user);
 
 }  // namespace tavro::store_internal

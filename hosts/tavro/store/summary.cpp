@@ -34,7 +34,8 @@ std::string PrimarySuper(const SummaryRow& row) {
 // A class without a class type of its own takes the kind of its primary super class, as a
 // subclass of a persistent class is persistent. Chains are short; the depth limit only
 // guards against a cycle that saved definitions may form.
-std::string EffectiveType(const std::vector<Row>& rows, const std::unordered_map<std::string, std::size_t>& byName,
+std::string EffectiveType(const std::vector<Row>& rows,
+                          const std::unordered_map<std::string, std::size_t>& byName,
                           std::size_t index) {
     for (int depth = 0; depth < 64; ++depth) {
         const Row& row = rows[index];

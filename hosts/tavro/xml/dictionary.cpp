@@ -11,16 +11,16 @@ constexpr ValueKind B = ValueKind::Bool;
 
 // Class keywords: those the add-in writes and reads, then the ones the server keeps for itself.
 const std::vector<Keyword> kClassKeywords = {
-    {"Description", S, ""},      {"ClassType", S, ""},        {"Abstract", B, "0"},
-    {"super", S, ""},            {"ClientDataType", S, ""},   {"ClientName", S, ""},
-    {"CompileAfter", S, ""},     {"DdlAllowed", B, "0"},      {"Final", B, "0"},
-    {"Import", S, ""},           {"IncludeCode", S, ""},      {"IncludeGenerator", S, ""},
-    {"Language", S, "tavro"},    {"Modified", S, "3"},        {"OdbcType", S, ""},
-    {"Owner", S, ""},            {"ProcedureBlock", B, "0"},  {"SoapBindingStyle", S, ""},
-    {"SoapBodyUse", S, ""},      {"SqlCategory", S, ""},      {"SqlRoutinePrefix", S, ""},
-    {"SqlRowIdName", S, ""},     {"SqlRowIdPrivate", B, "0"}, {"SqlTableName", S, ""},
-    {"StorageStrategy", S, ""},  {"ViewQuery", S, ""},        {"Hidden", B, "0"},
-    {"Deprecated", B, "0"},      {"TimeCreated", S, ""},      {"TimeChanged", S, ""},
+    {"Description", S, ""},     {"ClassType", S, ""},        {"Abstract", B, "0"},
+    {"super", S, ""},           {"ClientDataType", S, ""},   {"ClientName", S, ""},
+    {"CompileAfter", S, ""},    {"DdlAllowed", B, "0"},      {"Final", B, "0"},
+    {"Import", S, ""},          {"IncludeCode", S, ""},      {"IncludeGenerator", S, ""},
+    {"Language", S, "tavro"},   {"Modified", S, "3"},        {"OdbcType", S, ""},
+    {"Owner", S, ""},           {"ProcedureBlock", B, "0"},  {"SoapBindingStyle", S, ""},
+    {"SoapBodyUse", S, ""},     {"SqlCategory", S, ""},      {"SqlRoutinePrefix", S, ""},
+    {"SqlRowIdName", S, ""},    {"SqlRowIdPrivate", B, "0"}, {"SqlTableName", S, ""},
+    {"StorageStrategy", S, ""}, {"ViewQuery", S, ""},        {"Hidden", B, "0"},
+    {"Deprecated", B, "0"},     {"TimeCreated", S, ""},      {"TimeChanged", S, ""},
 };
 
 const std::vector<Keyword> kPropertyKeywords = {
@@ -52,21 +52,21 @@ const std::vector<Keyword> kPropertyKeywords = {
 };
 
 const std::vector<Keyword> kMethodKeywords = {
-    {"ReturnType", S, ""},       {"FormalSpec", S, ""},        {"Description", S, ""},
-    {"Private", B, "0"},         {"Abstract", B, "0"},         {"ClassMethod", B, "0"},
-    {"ClientName", S, ""},       {"CodeMode", S, "code"},      {"Final", B, "0"},
-    {"GenerateAfter", S, ""},    {"Language", S, "tavro"},     {"NotForProperty", B, "0"},
-    {"NotInheritable", B, "0"},  {"PlaceAfter", S, ""},        {"ProcedureBlock", S, ""},
-    {"PublicList", S, ""},       {"ServerOnly", S, ""},        {"SoapBindingStyle", S, ""},
-    {"SoapBodyUse", S, ""},      {"SoapNameSpace", S, ""},     {"SqlName", S, ""},
-    {"SqlProc", B, "0"},         {"WebMethod", B, "0"},        {"Implementation", S, ""},
+    {"ReturnType", S, ""},      {"FormalSpec", S, ""},    {"Description", S, ""},
+    {"Private", B, "0"},        {"Abstract", B, "0"},     {"ClassMethod", B, "0"},
+    {"ClientName", S, ""},      {"CodeMode", S, "code"},  {"Final", B, "0"},
+    {"GenerateAfter", S, ""},   {"Language", S, "tavro"}, {"NotForProperty", B, "0"},
+    {"NotInheritable", B, "0"}, {"PlaceAfter", S, ""},    {"ProcedureBlock", S, ""},
+    {"PublicList", S, ""},      {"ServerOnly", S, ""},    {"SoapBindingStyle", S, ""},
+    {"SoapBodyUse", S, ""},     {"SoapNameSpace", S, ""}, {"SqlName", S, ""},
+    {"SqlProc", B, "0"},        {"WebMethod", B, "0"},    {"Implementation", S, ""},
     {"SequenceNumber", S, ""},
 };
 
 const std::vector<Keyword> kIndexKeywords = {
-    {"Description", S, ""}, {"Properties", S, ""}, {"Type", S, ""},    {"Unique", B, "0"},
-    {"PrimaryKey", B, "0"}, {"IdKey", B, "0"},     {"Extent", B, "0"}, {"Data", S, ""},
-    {"SqlName", S, ""},
+    {"Description", S, ""}, {"Properties", S, ""},  {"Type", S, ""},
+    {"Unique", B, "0"},     {"PrimaryKey", B, "0"}, {"IdKey", B, "0"},
+    {"Extent", B, "0"},     {"Data", S, ""},        {"SqlName", S, ""},
 };
 
 const std::vector<Keyword> kQueryKeywords = {
@@ -75,27 +75,32 @@ const std::vector<Keyword> kQueryKeywords = {
 };
 
 const std::vector<Keyword> kClassParameterKeywords = {
-    {"Description", S, ""}, {"Type", S, ""},     {"Default", S, ""},
-    {"Abstract", B, "0"},   {"Final", B, "0"},   {"Flags", S, ""},
+    {"Description", S, ""}, {"Type", S, ""},   {"Default", S, ""},
+    {"Abstract", B, "0"},   {"Final", B, "0"}, {"Flags", S, ""},
 };
 
 const std::vector<Keyword> kStorageKeywords = {
-    {"Description", S, ""},   {"Type", S, ""},           {"DataLocation", S, ""},
-    {"IdLocation", S, ""},    {"IndexLocation", S, ""},  {"StreamLocation", S, ""},
-    {"SqlRowIdName", S, ""},  {"Definition", S, ""},
+    {"Description", S, ""},  {"Type", S, ""},          {"DataLocation", S, ""},
+    {"IdLocation", S, ""},   {"IndexLocation", S, ""}, {"StreamLocation", S, ""},
+    {"SqlRowIdName", S, ""}, {"Definition", S, ""},
 };
 
 const std::vector<Keyword> kXDataKeywords = {
-    {"Description", S, ""}, {"MimeType", S, ""}, {"SchemaSpec", S, ""}, {"Data", S, ""},
+    {"Description", S, ""},
+    {"MimeType", S, ""},
+    {"SchemaSpec", S, ""},
+    {"Data", S, ""},
 };
 
 const std::vector<Keyword> kTriggerKeywords = {
-    {"Description", S, ""}, {"Event", S, ""},    {"Time", S, ""},       {"Order", S, ""},
+    {"Description", S, ""}, {"Event", S, ""},    {"Time", S, ""}, {"Order", S, ""},
     {"Foreach", S, ""},     {"Language", S, ""}, {"Code", S, ""},
 };
 
 const std::vector<Keyword> kProjectionKeywords = {
-    {"Description", S, ""}, {"Type", S, ""}, {"Parameters", S, ""},
+    {"Description", S, ""},
+    {"Type", S, ""},
+    {"Parameters", S, ""},
 };
 
 struct KindRow {

@@ -23,7 +23,18 @@ struct Keyword {
 
 // The kinds of definition. Property and Method are what the model shows; the others are
 // the hidden parts a class keeps (storage, indices, queries, class parameters, code).
-enum class ItemKind { Class, Property, Method, Index, Query, ClassParameter, Storage, XData, Trigger, Projection };
+enum class ItemKind {
+    Class,
+    Property,
+    Method,
+    Index,
+    Query,
+    ClassParameter,
+    Storage,
+    XData,
+    Trigger,
+    Projection
+};
 
 // Keyword values keyed by canonical name. A keyword absent from the map has its initial value.
 using Values = std::map<std::string, std::string>;

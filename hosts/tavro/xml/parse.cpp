@@ -1,8 +1,8 @@
-#include "hosts/tavro/xml/class_xml.h"
-
 #include <cstring>
 #include <pugixml.hpp>
 #include <set>
+
+#include "hosts/tavro/xml/class_xml.h"
 
 namespace tavro {
 
@@ -35,8 +35,8 @@ bool IsBlank(const char* text) {
 bool ReadTextOnly(Reader& reader, pugi::xml_node node, std::string& text) {
     for (pugi::xml_node child : node.children()) {
         if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) continue;
-        return reader.Fail(child, "unexpected element <" + std::string(child.name()) + "> inside <" +
-                                      node.name() + ">");
+        return reader.Fail(child, "unexpected element <" + std::string(child.name()) +
+                                      "> inside <" + node.name() + ">");
     }
     text.clear();
     for (pugi::xml_node child : node.children()) text += child.value();
@@ -47,10 +47,11 @@ bool ReadTextOnly(Reader& reader, pugi::xml_node node, std::string& text) {
 bool ReadName(Reader& reader, pugi::xml_node node, std::string& name) {
     for (pugi::xml_attribute attribute : node.attributes()) {
         if (std::strcmp(attribute.name(), "name") == 0) continue;
-        return reader.Fail(node, "unexpected attribute '" + std::string(attribute.name()) + "' on <" +
-                                     node.name() + ">");
+        return reader.Fail(node, "unexpected attribute '" + std::string(attribute.name()) +
+                                     "' on <" + node.name() + ">");
     }
-    if (!node.attribute("name")) return reader.Fail(node, "<" + std::string(node.name()) + "> has no name");
+    if (!node.attribute("name"))
+        return reader.Fail(node, "<" + std::string(node.name()) + "> has no name");
     name = node.attribute("name").value();
     return true;
 }
@@ -65,13 +66,15 @@ bool ReadKeyword(Reader& reader, pugi::xml_node node, ItemKind kind, Values& val
         return reader.Fail(node, "<" + std::string(node.name()) + "> given twice");
     }
     if (node.first_attribute()) {
-        return reader.Fail(node, "unexpected attribute '" + std::string(node.first_attribute().name()) +
-                                     "' on <" + node.name() + ">");
+        return reader.Fail(node, "unexpected attribute '" +
+                                     std::string(node.first_attribute().name()) + "' on <" +
+                                     node.name() + ">");
     }
     std::string text;
     if (!ReadTextOnly(reader, node, text)) return false;
     if (!SetValue(values, *keyword, text)) {
-        return reader.Fail(node, "<" + std::string(node.name()) + "> is not a Boolean: '" + text + "'");
+        return reader.Fail(node,
+                           "<" + std::string(node.name()) + "> is not a Boolean: '" + text + "'");
     }
     return true;
 }
@@ -91,7 +94,8 @@ bool ReadItem(Reader& reader, pugi::xml_node node, ItemKind kind, Item& item) {
     item.kind = kind;
     if (!ReadName(reader, node, item.name)) return false;
     if (!IsValidMemberName(item.name)) {
-        return reader.Fail(node, "bad " + std::string(ElementOf(kind)) + " name '" + item.name + "'");
+        return reader.Fail(node,
+                           "bad " + std::string(ElementOf(kind)) + " name '" + item.name + "'");
     }
     for (pugi::xml_node child : node.children()) {
         if (child.type() == pugi::node_pcdata && IsBlank(child.value())) continue;
@@ -121,13 +125,15 @@ std::vector<Item>& ListFor(ClassDef& def, ItemKind kind) {
 
 bool ReadClass(Reader& reader, pugi::xml_node root, ClassDef& def) {
     if (std::strcmp(root.name(), "Class") != 0) {
-        return reader.Fail(root, "unknown element <" + std::string(root.name()) + ">, expected <Class>");
+        return reader.Fail(root,
+                           "unknown element <" + std::string(root.name()) + ">, expected <Class>");
     }
     if (!ReadName(reader, root, def.name)) return false;
     if (!IsValidClassName(def.name)) return reader.Fail(root, "bad class name '" + def.name + "'");
     for (pugi::xml_node child : root.children()) {
         if (child.type() == pugi::node_pcdata && IsBlank(child.value())) continue;
-        if (child.type() != pugi::node_element) return reader.Fail(child, "unexpected text inside <Class>");
+        if (child.type() != pugi::node_element)
+            return reader.Fail(child, "unexpected text inside <Class>");
         ItemKind kind;
         if (!KindOfElement(child.name(), kind)) {
             if (!ReadKeyword(reader, child, ItemKind::Class, def.values)) return false;
@@ -137,7 +143,8 @@ bool ReadClass(Reader& reader, pugi::xml_node root, ClassDef& def) {
         if (!ReadItem(reader, child, kind, item)) return false;
         std::vector<Item>& list = ListFor(def, kind);
         if (HasItemNamed(list, item)) {
-            return reader.Fail(child, std::string(ElementOf(kind)) + " '" + item.name + "' given twice");
+            return reader.Fail(child,
+                               std::string(ElementOf(kind)) + " '" + item.name + "' given twice");
         }
         list.push_back(std::move(item));
     }
@@ -149,7 +156,8 @@ bool ReadClass(Reader& reader, pugi::xml_node root, ClassDef& def) {
 XmlParseResult ParseClassXml(std::string_view text) {
     XmlParseResult result;
     pugi::xml_document doc;
-    pugi::xml_parse_result parsed = doc.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+    pugi::xml_parse_result parsed =
+        doc.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
     if (!parsed) {
         result.offset = static_cast<std::size_t>(parsed.offset);
         result.message = std::string("malformed XML: ") + parsed.description();

@@ -1,7 +1,7 @@
-#include "hosts/tavro/xml/class_xml.h"
-
 #include <pugixml.hpp>
 #include <sstream>
+
+#include "hosts/tavro/xml/class_xml.h"
 
 namespace tavro {
 
