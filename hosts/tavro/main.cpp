@@ -216,6 +216,7 @@ int ClassCommand(const Options& options) {
     const std::string& verb = Word(options, 1, "class command");
     const std::string& ns = Word(options, 2, "namespace");
     auto store = tavro::OpenStore(DataDir(options));
+    if (!tavro::NamespaceExists(*store, ns)) Die("no namespace " + ns);
     if (verb == "list") {
         for (const tavro::SummaryRow& row : tavro::SummaryOf(*store, ns))
             std::cout << row.name << "\n";
