@@ -1,0 +1,193 @@
+#include "platform/tavro_factory.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <string_view>
+
+#include "automation/rpc.h"
+#include "platform/objects.h"
+
+namespace platform {
+namespace {
+
+using automation::Args;
+using automation::AutomationError;
+using automation::CallKind;
+using automation::ObjectRef;
+using automation::Variant;
+
+// The factory's own operations.
+constexpr std::string_view kPromptConnection = "PromptConnection";
+constexpr std::string_view kOpenConnection = "OpenConnection";
+constexpr std::string_view kConnectionIsOpen = "ConnectionIsOpen";
+constexpr std::string_view kCloseConnection = "CloseConnection";
+// The operations handed on to the session as they come.
+constexpr std::string_view kForwarded[] = {"NewObject", "OpenObjectById", "LoadObjectById",
+                                           "ClassHandle", "OpenQuery"};
+// What the server's login and session objects answer.
+constexpr std::string_view kLogin = "Login";
+constexpr std::string_view kNamespace = "Namespace";
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+ObjectRef ConnectOverRpc(const std::string& address) { return automation::rpc::Connect(address); }
+
+TavroOps DefaultOps() {
+    return TavroOps{[](const std::string&) { return ConnectionFromEnvironment(); },
+                    ConnectOverRpc};
+}
+
+// Member names are compared without regard to letter case, as the server compares them.
+bool SameName(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (std::tolower(static_cast<unsigned char>(a[i])) !=
+            std::tolower(static_cast<unsigned char>(b[i]))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool IsForwarded(std::string_view name) {
+    for (std::string_view forwarded : kForwarded) {
+        if (SameName(name, forwarded)) return true;
+    }
+    return false;
+}
+
+bool IsPort(const std::string& text) {
+    if (text.empty() || text.size() > 5) return false;
+    for (char c : text) {
+        if (!std::isdigit(static_cast<unsigned char>(c))) return false;
+    }
+    return std::stoi(text) <= 65535;
+}
+
+class TavroFactory : public automation::Object {
+public:
+    Variant Invoke(std::int32_t, CallKind, const Args&) override {
+        throw AutomationError(std::string(automation::kErrMemberNotFound));
+    }
+
+    Variant InvokeByName(std::string_view name, CallKind, const Args& args) override {
+        if (SameName(name, kPromptConnection)) return PromptConnection(args);
+        if (SameName(name, kOpenConnection)) return OpenConnection(args);
+        if (SameName(name, kConnectionIsOpen)) return ConnectionIsOpen();
+        if (SameName(name, kCloseConnection)) {
+            Close();
+            return true;
+        }
+        if (IsForwarded(name)) {
+            if (!session_) throw AutomationError("no connection is open");
+            return automation::CallByName(session_, name, args);
+        }
+        throw AutomationError(std::string(automation::kErrMemberNotFound));
+    }
+
+    bool Implements(std::string_view) const override { return false; }
+
+private:
+    Variant PromptConnection(const Args& args) {
+        std::string options = args.empty() ? std::string() : args[0].ToString();
+        ConnectionChoice choice = Tavro().promptConnection(options);
+        user_ = choice.user;
+        password_ = choice.password;
+        prompted_ = true;
+        return choice.connection;
+    }
+
+    // Every failure, from a malformed string to a refused login, is the answer False: the
+    // caller only needs to know whether it may go on.
+    Variant OpenConnection(const Args& args) {
+        Close();
+        if (args.empty()) return false;
+        ConnectionParts parts;
+        if (!SplitConnectionString(args[0].ToString(), parts)) return false;
+        // Without a dialog the credentials come from where the dialog's default takes them.
+        std::string user = prompted_ ? user_ : Environment("TAVRO_USER");
+        std::string password = prompted_ ? password_ : Environment("TAVRO_PASSWORD");
+        try {
+            ObjectRef root = Tavro().connectRoot("tcp:" + parts.host + ":" + parts.port);
+            ObjectRef session =
+                automation::CallByName(root, kLogin, {parts.nameSpace, user, password}).ToObject();
+            if (!session) return false;
+            root_ = std::move(root);
+            session_ = std::move(session);
+        } catch (const std::exception&) {
+            return false;
+        }
+        return true;
+    }
+
+    // One cheap round trip: a server that has gone, or a session it dropped, fails it.
+    Variant ConnectionIsOpen() {
+        if (!session_) return false;
+        try {
+            automation::GetByName(session_, kNamespace);
+        } catch (const std::exception&) {
+            return false;
+        }
+        return true;
+    }
+
+    // Dropping the last proxies of an RPC connection closes it.
+    void Close() {
+        session_.reset();
+        root_.reset();
+    }
+
+    ObjectRef root_;
+    ObjectRef session_;
+    bool prompted_ = false;
+    std::string user_;
+    std::string password_;
+};
+
+}  // namespace
+
+TavroOps& Tavro() {
+    static TavroOps ops = DefaultOps();
+    return ops;
+}
+
+void ResetTavro() { Tavro() = DefaultOps(); }
+
+ConnectionChoice ConnectionFromEnvironment() {
+    if (std::getenv("TAVRO_CONNECTION") == nullptr) return {};
+    return ConnectionChoice{Environment("TAVRO_CONNECTION"), Environment("TAVRO_USER"),
+                            Environment("TAVRO_PASSWORD")};
+}
+
+bool SplitConnectionString(const std::string& connection, ConnectionParts& parts) {
+    std::size_t first = connection.find(':');
+    if (first == std::string::npos) return false;
+    std::size_t second = connection.find(':', first + 1);
+    if (second == std::string::npos) return false;
+    ConnectionParts found{connection.substr(0, first),
+                          connection.substr(first + 1, second - first - 1),
+                          connection.substr(second + 1)};
+    if (found.host.empty() || !IsPort(found.port)) return false;
+    parts = std::move(found);
+    return true;
+}
+
+std::string JoinConnectionString(const ConnectionParts& parts) {
+    return parts.host + ":" + parts.port + ":" + parts.nameSpace;
+}
+
+ObjectRef NewTavroFactory() { return std::make_shared<TavroFactory>(); }
+
+void InstallTavroFactory() {
+    ObjectOps& ops = Objects();
+    auto earlier = ops.createObject;
+    ops.createObject = [earlier](const std::string& progId) -> ObjectRef {
+        if (SameName(progId, kTavroFactoryProgId)) return NewTavroFactory();
+        return earlier(progId);
+    };
+}
+
+}  // namespace platform

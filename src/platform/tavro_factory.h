@@ -1,0 +1,67 @@
+// The server's client-side connection factory, "TavroActiveX.Factory", as this platform offers
+// it. The factory asks for a connection through a dialog, connects to tavro-host over the RPC
+// transport, logs in to the chosen namespace and then forwards the object operations to the
+// session it got. It answers by member name only:
+//
+//   PromptConnection(options) -> string     the connection string, "" when cancelled
+//   OpenConnection(conn) -> Boolean         "HOST:PORT:NAMESPACE"; False on any failure
+//   ConnectionIsOpen -> Boolean             False once the server has gone
+//   CloseConnection -> Boolean
+//   NewObject, OpenObjectById, LoadObjectById, ClassHandle, OpenQuery   forwarded to the session
+//
+// The connection string keeps the namespace after its second ':', which is where the add-in
+// reads it.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "automation/automation.h"
+
+namespace platform {
+
+inline constexpr const char* kTavroFactoryProgId = "TavroActiveX.Factory";
+
+// What the connection dialog collected. `connection` "" means the user cancelled.
+struct ConnectionChoice {
+    std::string connection;
+    std::string user;
+    std::string password;
+};
+
+struct TavroOps {
+    // Shows the connection dialog; `options` is passed through unchanged from the caller.
+    std::function<ConnectionChoice(const std::string& options)> promptConnection;
+    // The root (login) object of the server at an RPC address "tcp:HOST:PORT"; raises
+    // AutomationError when nothing answers there.
+    std::function<automation::ObjectRef(const std::string& address)> connectRoot;
+};
+
+// The table in force. The default dialog answers from the environment (below) and the default
+// root connects over the RPC transport.
+TavroOps& Tavro();
+void ResetTavro();
+
+// The dialog's answer without a display: TAVRO_CONNECTION, TAVRO_USER and TAVRO_PASSWORD;
+// a cancelled dialog when TAVRO_CONNECTION is unset.
+ConnectionChoice ConnectionFromEnvironment();
+
+// The three parts of a connection string "HOST:PORT:NAMESPACE"; false when the string has not
+// that shape (a namespace may itself hold ':').
+struct ConnectionParts {
+    std::string host;
+    std::string port;
+    std::string nameSpace;
+};
+bool SplitConnectionString(const std::string& connection, ConnectionParts& parts);
+// The string that names `parts`.
+std::string JoinConnectionString(const ConnectionParts& parts);
+
+// A new factory object, not connected.
+automation::ObjectRef NewTavroFactory();
+
+// Makes platform::CreateObject("TavroActiveX.Factory") give NewTavroFactory(); every other
+// progId goes on to whatever was installed before.
+void InstallTavroFactory();
+
+}  // namespace platform
