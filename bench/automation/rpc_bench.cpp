@@ -78,7 +78,12 @@ void BM_RpcCall(benchmark::State& state) {
     server.Stop();
     server.Join();
 }
-BENCHMARK(BM_RpcCall)->ArgNames({"tcp", "poll"})->Args({0, 0})->Args({0, 1})->Args({1, 0})->Args({1, 1});
+BENCHMARK(BM_RpcCall)
+    ->ArgNames({"tcp", "poll"})
+    ->Args({0, 0})
+    ->Args({0, 1})
+    ->Args({1, 0})
+    ->Args({1, 1});
 
 // Reads exactly `n` bytes; polls without sleeping for kSpin first when `polling`.
 bool ReadExactly(int fd, char* buf, std::size_t n, bool polling) {

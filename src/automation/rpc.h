@@ -59,7 +59,7 @@ struct ServerOptions {
 // Serves automation objects to any number of connections. All calls into the host run on
 // the thread of `Run`, one at a time, in the order they arrive.
 class Server {
-public:
+  public:
     explicit Server(RootFactory factory, ServerOptions options = {});
     ~Server();  // stops, joins the thread of Start, closes every connection
     Server(const Server&) = delete;
@@ -85,7 +85,7 @@ public:
 
     struct State;
 
-private:
+  private:
     std::unique_ptr<State> state_;
 };
 

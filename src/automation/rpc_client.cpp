@@ -1,6 +1,4 @@
 // The client side: one connection per Connect, one proxy per remote object.
-#include "automation/rpc.h"
-
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "automation/rpc.h"
 #include "automation/rpc_frame.h"
 #include "automation/rpc_internal.h"
 
@@ -21,7 +20,7 @@ using detail::Clock;
 class Proxy;
 
 class Connection : public std::enable_shared_from_this<Connection> {
-public:
+  public:
     Connection(int fd, const ClientOptions& options) : fd_(fd), options_(options) {}
     ~Connection() { close(fd_); }
 
@@ -32,7 +31,7 @@ public:
     // The proxy `who` of `handle` is gone, having received the handle `count` times.
     void Release(std::uint32_t handle, std::uint32_t count, const Proxy* who);
 
-private:
+  private:
     Variant Roundtrip(Message& request);
     void Send(const std::string& frame);
     Message Receive(std::uint32_t requestId);
@@ -62,7 +61,7 @@ private:
 };
 
 class Proxy : public Object {
-public:
+  public:
     Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle)
         : connection_(std::move(connection)), handle_(handle) {}
     ~Proxy() override { connection_->Release(handle_, received_.load(), this); }
@@ -92,7 +91,7 @@ public:
     std::uint32_t Handle() const { return handle_; }
     void CountReceived() { received_.fetch_add(1); }
 
-private:
+  private:
     std::shared_ptr<Connection> connection_;
     std::uint32_t handle_;
     std::atomic<std::uint32_t> received_{1};

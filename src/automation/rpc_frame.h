@@ -46,10 +46,10 @@ struct Message {
     std::uint32_t requestId = 0;
     std::uint32_t handle = 0;  // Call, Implements, Release: the object addressed
     CallKind kind = CallKind::Method;
-    bool byName = false;       // Call: text names the member instead of dispid
+    bool byName = false;  // Call: text names the member instead of dispid
     std::int32_t dispid = 0;
-    std::uint32_t count = 0;   // Release: times received; Hello: protocol version
-    std::string text;          // member name, interface id, error description or hello magic
+    std::uint32_t count = 0;  // Release: times received; Hello: protocol version
+    std::string text;         // member name, interface id, error description or hello magic
     std::vector<WireValue> values;
 
     bool operator==(const Message&) const = default;

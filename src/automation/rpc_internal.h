@@ -57,7 +57,7 @@ struct Listener {
     int fd = -1;
     std::string address;  // as given, with the actual port for "tcp:HOST:0"
 
-private:
+  private:
     bool isUnix_ = false;
     std::string path_;
     unsigned long long device_ = 0, inode_ = 0;  // of the socket file we created

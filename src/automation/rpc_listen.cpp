@@ -95,8 +95,7 @@ static int OpenTcp(const Address& a, const std::string& text, std::string& actua
     std::string why = "no address";
     int fd = -1;
     for (addrinfo* ai = found; ai != nullptr && fd < 0; ai = ai->ai_next) {
-        fd = socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK,
-                    ai->ai_protocol);
+        fd = socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, ai->ai_protocol);
         if (fd < 0) continue;
         int one = 1;
         setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
@@ -141,8 +140,8 @@ int Listener::Accept(std::string& peer) {
     for (;;) {
         sockaddr_storage sa{};
         socklen_t len = sizeof sa;
-        int conn = accept4(fd, reinterpret_cast<sockaddr*>(&sa), &len,
-                           SOCK_NONBLOCK | SOCK_CLOEXEC);
+        int conn =
+            accept4(fd, reinterpret_cast<sockaddr*>(&sa), &len, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (conn < 0 && errno == EINTR) continue;
         // ECONNABORTED and the like concern one connection that is already gone.
         if (conn < 0) return -1;

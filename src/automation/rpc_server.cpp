@@ -1,7 +1,5 @@
 // The server side: a poll loop on one thread that owns every connection and makes every call
 // into the host, so calls are serialised without the host having to lock anything.
-#include "automation/rpc.h"
-
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -12,6 +10,7 @@
 #include <thread>
 #include <unordered_map>
 
+#include "automation/rpc.h"
 #include "automation/rpc_frame.h"
 #include "automation/rpc_internal.h"
 
@@ -171,7 +170,8 @@ Message Dispatch(State& s, Peer& peer, const Message& request) {
                 args.reserve(request.values.size());
                 for (const WireValue& v : request.values) args.push_back(FromWire(peer, v));
                 result = InHost(s, [&] {
-                    if (request.byName) return target->InvokeByName(request.text, request.kind, args);
+                    if (request.byName)
+                        return target->InvokeByName(request.text, request.kind, args);
                     return target->Invoke(request.dispid, request.kind, args);
                 });
                 break;
@@ -222,8 +222,8 @@ bool ProcessFrames(State& s, Peer& peer) {
         FrameResult result = DecodeFrame(pending, request, s.options.maxFrameSize);
         if (result.status == FrameStatus::Incomplete) break;
         if (!result) {
-            Refuse(peer, std::string("malformed request at byte ") +
-                             std::to_string(result.offset) + ": " + result.Description());
+            Refuse(peer, std::string("malformed request at byte ") + std::to_string(result.offset) +
+                             ": " + result.Description());
             break;
         }
         peer.inPos += result.size;
@@ -364,6 +364,7 @@ void Server::Stop() {
 }
 
 void Server::Start() {
+    if (state_->thread.joinable()) throw AutomationError("the server is already running");
     state_->thread = std::thread([this] { Run(); });
 }
 

@@ -1,5 +1,3 @@
-#include "automation/rpc_internal.h"
-
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -12,6 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include "automation/rpc_internal.h"
 
 namespace automation::rpc::detail {
 
@@ -131,8 +131,7 @@ static int ConnectTcp(const Address& address, std::chrono::milliseconds timeout,
     }
     int fd = -1;
     for (addrinfo* ai = found; ai != nullptr; ai = ai->ai_next) {
-        fd = socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK,
-                    ai->ai_protocol);
+        fd = socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, ai->ai_protocol);
         if (fd < 0) {
             error = ErrnoText();
             continue;

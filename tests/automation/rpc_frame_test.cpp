@@ -54,8 +54,8 @@ TEST(EncodeFrame, WritesTheBytesOfAGetByDispatchId) {
 TEST(EncodeFrame, WritesTheBytesOfATextReply) {
     std::string out;
     EncodeFrame(ReplyOf(7, std::string("Person")), out);
-    EXPECT_EQ(out, Bytes({0x10, 0, 0, 0, 5, 7, 0, 0, 0, 4, 6, 0, 0, 0, 'P', 'e', 'r', 's', 'o',
-                          'n'}));
+    EXPECT_EQ(out,
+              Bytes({0x10, 0, 0, 0, 5, 7, 0, 0, 0, 4, 6, 0, 0, 0, 'P', 'e', 'r', 's', 'o', 'n'}));
 }
 
 TEST(DecodeFrame, GivesBackEveryMessageEncoded) {
@@ -66,8 +66,14 @@ TEST(DecodeFrame, GivesBackEveryMessageEncoded) {
     byName.kind = CallKind::Put;
     byName.byName = true;
     byName.text = "Name";
-    byName.values = {WireValue{}, true, false, std::int16_t{-32768}, std::int32_t{-1},
-                     std::string(""), std::string("h\xc3\xa9llo"), ObjectHandle{0},
+    byName.values = {WireValue{},
+                     true,
+                     false,
+                     std::int16_t{-32768},
+                     std::int32_t{-1},
+                     std::string(""),
+                     std::string("h\xc3\xa9llo"),
+                     ObjectHandle{0},
                      ObjectHandle{0xffffffff}};
     Message hello;
     hello.type = MessageType::Hello;
@@ -122,8 +128,8 @@ TEST(DecodeFrame, RefusesMalformedFramesAndSaysWhere) {
         std::size_t offset;
     } cases[] = {
         {"length beyond the limit", Bytes({0xff, 0xff, 0xff, 0x7f}), FrameStatus::TooLarge, 0},
-        {"length below the smallest frame", Bytes({4, 0, 0, 0, 5, 1, 0, 0}),
-         FrameStatus::TooShort, 0},
+        {"length below the smallest frame", Bytes({4, 0, 0, 0, 5, 1, 0, 0}), FrameStatus::TooShort,
+         0},
         {"unknown type", Bytes({5, 0, 0, 0, 9, 1, 0, 0, 0}), FrameStatus::BadType, 4},
         {"client type zero", Bytes({5, 0, 0, 0, 0, 1, 0, 0, 0}), FrameStatus::BadType, 4},
         {"call kind 4", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 4, 0, 1, 0, 0, 0, 0, 0}),
@@ -133,9 +139,9 @@ TEST(DecodeFrame, RefusesMalformedFramesAndSaysWhere) {
          FrameStatus::BadField, 13},
         {"value type 6", Bytes({6, 0, 0, 0, 5, 1, 0, 0, 0, 6}), FrameStatus::BadField, 9},
         {"Boolean 2", Bytes({7, 0, 0, 0, 5, 1, 0, 0, 0, 1, 2}), FrameStatus::BadField, 10},
-        {"text longer than the frame", Bytes({0x0c, 0, 0, 0, 6, 1, 0, 0, 0, 100, 0, 0, 0, 'a',
-                                             'b', 'c'}),
-         FrameStatus::Truncated, 13},
+        {"text longer than the frame",
+         Bytes({0x0c, 0, 0, 0, 6, 1, 0, 0, 0, 100, 0, 0, 0, 'a', 'b', 'c'}), FrameStatus::Truncated,
+         13},
         {"argument count beyond the bytes",
          Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0xff, 0xff}),
          FrameStatus::Truncated, 21},

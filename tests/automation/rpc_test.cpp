@@ -1,3 +1,5 @@
+#include "automation/rpc.h"
+
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -11,7 +13,6 @@
 #include <thread>
 
 #include "automation/automation.h"
-#include "automation/rpc.h"
 #include "automation/rpc_frame.h"
 #include "rpc_test_support.h"
 
@@ -81,9 +82,7 @@ bool Eventually(const std::function<bool()>& condition) {
 using Step = std::function<Variant(const ObjectRef& app)>;
 
 ObjectRef ModelOf(const ObjectRef& app) { return automation::Get(app, 209).AsObject(); }
-ObjectRef ClassesOf(const ObjectRef& app) {
-    return automation::Get(ModelOf(app), 432).AsObject();
-}
+ObjectRef ClassesOf(const ObjectRef& app) { return automation::Get(ModelOf(app), 432).AsObject(); }
 ObjectRef PersonOf(const ObjectRef& app) {
     return automation::Call(ClassesOf(app), 203, {std::int16_t{1}}).AsObject();
 }
@@ -100,8 +99,8 @@ TEST(Connect, GivesTheSameAnswersAsTheObjectsInProcess) {
          [](const ObjectRef& a) { return automation::Get(ModelOf(a), 100); }, "String:Sample"},
         {"count keeps its 16-bit type",
          [](const ObjectRef& a) { return automation::Get(ClassesOf(a), 202); }, "Int16:2"},
-        {"item by index",
-         [](const ObjectRef& a) { return automation::Get(PersonOf(a), 100); }, "String:Person"},
+        {"item by index", [](const ObjectRef& a) { return automation::Get(PersonOf(a), 100); },
+         "String:Person"},
         {"put then get",
          [](const ObjectRef& a) {
              ObjectRef order = automation::Call(ClassesOf(a), 203, {std::int16_t{2}}).AsObject();
@@ -139,12 +138,20 @@ TEST(Connect, GivesTheSameAnswersAsTheObjectsInProcess) {
         {"empty text", [](const ObjectRef& a) { return automation::CallByName(a, "Echo", {""}); },
          "String:"},
         {"UTF-8 text",
-         [](const ObjectRef& a) { return automation::CallByName(a, "Echo", {"Gr\xc3\xb6\xc3\x9f" "e"}); },
-         "String:Gr\xc3\xb6\xc3\x9f" "e"},
+         [](const ObjectRef& a) {
+             return automation::CallByName(a, "Echo",
+                                           {"Gr\xc3\xb6\xc3\x9f"
+                                            "e"});
+         },
+         "String:Gr\xc3\xb6\xc3\x9f"
+         "e"},
         {"32-bit integer",
-         [](const ObjectRef& a) { return automation::CallByName(a, "Echo", {std::int32_t{-70000}}); },
+         [](const ObjectRef& a) {
+             return automation::CallByName(a, "Echo", {std::int32_t{-70000}});
+         },
          "Int32:-70000"},
-        {"empty value", [](const ObjectRef& a) { return automation::CallByName(a, "Echo", {Variant()}); },
+        {"empty value",
+         [](const ObjectRef& a) { return automation::CallByName(a, "Echo", {Variant()}); },
          "Empty"},
         {"error of the host",
          [](const ObjectRef& a) { return automation::Call(ClassesOf(a), 203, {std::int16_t{9}}); },
@@ -157,7 +164,9 @@ TEST(Connect, GivesTheSameAnswersAsTheObjectsInProcess) {
         {"other exception of the host",
          [](const ObjectRef& a) { return automation::CallByName(a, "Fail"); }, "error:disk full"},
         {"cast to its own kind",
-         [](const ObjectRef& a) { return Variant(automation::Cast(PersonOf(a), rpctest::kClassIid)); },
+         [](const ObjectRef& a) {
+             return Variant(automation::Cast(PersonOf(a), rpctest::kClassIid));
+         },
          "Object"},
         {"cast to another kind",
          [](const ObjectRef& a) {

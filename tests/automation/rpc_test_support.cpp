@@ -69,9 +69,8 @@ ObjectRef MakeApplication() {
         if (args.size() != 1) throw AutomationError(std::string(automation::kErrBadArgCount));
         return args[0];
     });
-    app->Define(0, "Fail", [](CallKind, const Args&) -> Variant {
-        throw std::runtime_error("disk full");
-    });
+    app->Define(0, "Fail",
+                [](CallKind, const Args&) -> Variant { throw std::runtime_error("disk full"); });
     return app;
 }
 

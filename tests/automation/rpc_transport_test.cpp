@@ -119,13 +119,12 @@ TEST(Server, RefusesBadFramesWithoutDisturbingOtherClients) {
         close(fd);
         EXPECT_EQ(automation::CallByName(good, "Echo", {"still here"}).ToString(), "still here");
     }
-    EXPECT_TRUE(
-        [&] {
-            for (int i = 0; i < 1000 && server->HandleCount() != 1; ++i) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            }
-            return server->HandleCount() == 1;  // only the good client's root is left
-        }());
+    EXPECT_TRUE([&] {
+        for (int i = 0; i < 1000 && server->HandleCount() != 1; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return server->HandleCount() == 1;  // only the good client's root is left
+    }());
 }
 
 TEST(Server, RefusesAResultLargerThanAFrame) {
@@ -257,5 +256,6 @@ TEST(ServerListen, RefusesWhatItCannotListenOn) {
     EXPECT_EQ(ErrorOf([&] { other.Listen("unix:" + file); }), file + " exists and is not a socket");
     EXPECT_EQ(ErrorOf([&] { other.Listen(server->Address()); }),
               "cannot listen on " + server->Address() + ": Address already in use");
-    EXPECT_EQ(ErrorOf([&] { other.Listen("unix:"); }), "malformed address \"unix:\": no socket path");
+    EXPECT_EQ(ErrorOf([&] { other.Listen("unix:"); }),
+              "malformed address \"unix:\": no socket path");
 }
