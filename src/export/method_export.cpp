@@ -1,0 +1,54 @@
+#include "export/export.h"
+#include "export/export_internal.h"
+#include "model/rose.h"
+
+namespace exporting {
+
+using automation::ObjectRef;
+
+namespace {
+
+// "name:type=default" per parameter, joined by ',' with no blanks; the type and the default
+// are left out when empty. Model classes are not resolved to server names here: the server
+// reads the signature's types as written.
+std::string FormalSpecOf(const ObjectRef& operation) {
+    std::string spec;
+    ObjectRef parameters = rose::ParameterList(operation);
+    std::int16_t count = rose::Count(parameters);
+    for (std::int16_t i = 1; i <= count; ++i) {
+        ObjectRef parameter = rose::ParameterAt(parameters, i);
+        spec += rose::Name(rose::AsElement(parameter));
+        std::string type = ServerTypeOfRoseType(rose::TypeName(parameter));
+        if (!type.empty()) spec += ":" + type;
+        std::string defaultValue = rose::DefaultValue(parameter);
+        if (!defaultValue.empty()) spec += "=" + defaultValue;
+        if (i != count) spec += ",";
+    }
+    return spec;
+}
+
+}  // namespace
+
+bool ExportMethod(const std::string& className, const ObjectRef& definition,
+                  const ObjectRef& operation) {
+    try {
+        ObjectRef methods = automation::GetByName(definition, member::kMethods).ToObject();
+        std::string name = rose::Name(operation);
+        ObjectRef method = FindDefinitionMember(methods, name);
+        if (!method) method = NewServerObject(member::kMethodDefinition, className + ":" + name);
+
+        automation::PutByName(method, member::kReturnType,
+                              ServerTypeOfRoseType(rose::ReturnTypeName(operation)));
+        automation::PutByName(method, member::kFormalSpec, FormalSpecOf(operation));
+        automation::PutByName(method, member::kDescription, rose::DocText(operation));
+        bool isPrivate = rose::ExportValue(rose::OperationExportControl(operation)) != 0;
+        automation::PutByName(method, member::kPrivate, isPrivate);
+        WriteKeywords(operation, method, install::kOperationKeywords);
+        automation::CallByName(methods, member::kInsert, {method});
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+}  // namespace exporting
