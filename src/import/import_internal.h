@@ -1,0 +1,77 @@
+// Helpers shared by the import's files: the server members read by name, and the writing of
+// a definition's keywords as model properties.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "automation/automation.h"
+#include "install/vocabulary.h"
+
+namespace importing {
+
+// The server members the import calls, by their own names.
+namespace members {
+inline constexpr const char* kClassDefinition = "%Dictionary.ClassDefinition";
+inline constexpr const char* kSummaryQuery = "Summary";
+
+inline constexpr const char* kName = "name";
+inline constexpr const char* kDescription = "Description";
+inline constexpr const char* kClassType = "ClassType";
+inline constexpr const char* kAbstract = "Abstract";
+inline constexpr const char* kSuper = "super";
+inline constexpr const char* kProperties = "Properties";
+inline constexpr const char* kMethods = "Methods";
+inline constexpr const char* kSysClose = "sys_Close";
+
+inline constexpr const char* kType = "Type";
+inline constexpr const char* kPrivate = "Private";
+inline constexpr const char* kCollection = "Collection";
+inline constexpr const char* kRelationship = "Relationship";
+inline constexpr const char* kCardinality = "Cardinality";
+inline constexpr const char* kInverse = "Inverse";
+inline constexpr const char* kRequired = "Required";
+inline constexpr const char* kParameters = "Parameters";
+
+inline constexpr const char* kReturnType = "ReturnType";
+inline constexpr const char* kFormalSpec = "FormalSpec";
+
+// Server collections (1-based) and arrays keyed by text.
+inline constexpr const char* kCount = "Count";
+inline constexpr const char* kGetAt = "GetAt";
+inline constexpr const char* kNext = "Next";
+
+// The factory and its result sets.
+inline constexpr const char* kOpenQuery = "OpenQuery";
+inline constexpr const char* kExecute = "Execute";
+inline constexpr const char* kClose = "Close";
+inline constexpr const char* kColumnCount = "ColumnCount";
+inline constexpr const char* kColumnName = "ColumnName";
+inline constexpr const char* kColumnValue = "ColumnValue";
+}  // namespace members
+
+// The model properties of the class's XML (tool "TavroHidden").
+inline constexpr const char* kXmlDefined = "XmlDefined";
+inline constexpr const char* kTavroClassXml = "TavroClassXml";
+
+// Booleans are kept in the model as these texts.
+inline const char* BooleanText(bool value) { return value ? "True" : "False"; }
+
+// Text of a member of a server object; errors pass to the caller.
+std::string ServerText(const automation::ObjectRef& def, const char* member);
+bool ServerFlag(const automation::ObjectRef& def, const char* member);
+
+// Copies every keyword of `keywords` from the server definition onto the model element as a
+// property of the tool "Tavro", in table order: Booleans as "True"/"False", texts unchanged.
+// Enumerations are left out: the callers derive them (collection kind, cardinality) on their
+// own. Errors pass to the caller.
+void WriteKeywords(const automation::ObjectRef& element, const automation::ObjectRef& def,
+                   std::span<const install::PropertyDef> keywords);
+
+// The type as a full server class name, unqualified names taken in `package`; "" stays "".
+std::string FullTypeName(const std::string& type, const std::string& package);
+
+// The visibility of a private or public member.
+std::int16_t ExportValueOf(bool isPrivate);
+
+}  // namespace importing
