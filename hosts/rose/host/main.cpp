@@ -237,7 +237,8 @@ int main(int argc, char** argv) {
     if (name == "save") {
         Expect(options, *command, 0, 1);
         std::string path = options.words.empty() ? "" : Absolute(options.words[0]);
-        std::cout << "saved " << Control("Save", {path}).ToString() << "\n";
+        std::string saved = Control("Save", {path}).ToString();
+        std::cout << "saved " << saved << "\n";
         return 0;
     }
     if (name == "stop") {

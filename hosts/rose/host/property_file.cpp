@@ -2,6 +2,7 @@
 // tools' property sets. Its strings may escape a double quote as \" (which model files never
 // do), so it has a small reader of its own that builds the same value tree as a model file.
 #include <cctype>
+#include <charconv>
 #include <fstream>
 #include <sstream>
 
@@ -17,7 +18,10 @@ class Reader {
     // The file: the header object, then the list of sets.
     bool File(petal::Value& sets) {
         petal::Value header;
-        if (!Item(header) || header.kind != petal::ValueKind::Object) return Fail("no header");
+        if (!Item(header) || header.kind != petal::ValueKind::Object) {
+            error_ = "no header";
+            return false;
+        }
         if (!Item(sets) || sets.kind != petal::ValueKind::List) {
             return Fail("no list of property sets");
         }
@@ -135,7 +139,12 @@ class Reader {
         if (!String(set)) return false;
         std::string number = Word();
         if (number.empty()) return Fail("an enumeration code was expected");
-        out = petal::MakeEnum(set, std::stoll(number));
+        long long code = 0;
+        auto [stop, error] = std::from_chars(number.data(), number.data() + number.size(), code);
+        if (error != std::errc() || stop != number.data() + number.size()) {
+            return Fail("an enumeration code was expected");
+        }
+        out = petal::MakeEnum(set, code);
         return Close();
     }
 
