@@ -4,6 +4,7 @@
 #include "import/import_internal.h"
 #include "model/model.h"
 #include "model/rose.h"
+#include "server/members.h"
 #include "server/server.h"
 #include "window/window.h"
 
@@ -38,7 +39,7 @@ void UpdateRow(std::int16_t row, const std::string& name, LogLine line) {
 }
 
 void ReleaseDefinition(const ObjectRef& classDef) {
-    if (classDef) automation::CallByName(classDef, members::kSysClose);
+    if (classDef) automation::CallByName(classDef, server::members::stored::kSysClose);
 }
 
 // Pass 1: every selected class exists in the model before any member refers to one.

@@ -10,11 +10,9 @@
 
 namespace importing {
 
-// The server members the import calls, by their own names.
+// The members of class, property and method definitions that the import reads by name
+// (the factory, result set and stored-object members are in server/members.h).
 namespace members {
-inline constexpr const char* kClassDefinition = "%Dictionary.ClassDefinition";
-inline constexpr const char* kSummaryQuery = "Summary";
-
 inline constexpr const char* kName = "name";
 inline constexpr const char* kDescription = "Description";
 inline constexpr const char* kClassType = "ClassType";
@@ -22,7 +20,6 @@ inline constexpr const char* kAbstract = "Abstract";
 inline constexpr const char* kSuper = "super";
 inline constexpr const char* kProperties = "Properties";
 inline constexpr const char* kMethods = "Methods";
-inline constexpr const char* kSysClose = "sys_Close";
 
 inline constexpr const char* kType = "Type";
 inline constexpr const char* kPrivate = "Private";
@@ -40,14 +37,6 @@ inline constexpr const char* kFormalSpec = "FormalSpec";
 inline constexpr const char* kCount = "Count";
 inline constexpr const char* kGetAt = "GetAt";
 inline constexpr const char* kNext = "Next";
-
-// The factory and its result sets.
-inline constexpr const char* kOpenQuery = "OpenQuery";
-inline constexpr const char* kExecute = "Execute";
-inline constexpr const char* kClose = "Close";
-inline constexpr const char* kColumnCount = "ColumnCount";
-inline constexpr const char* kColumnName = "ColumnName";
-inline constexpr const char* kColumnValue = "ColumnValue";
 }  // namespace members
 
 // The model properties of the class's XML (tool "TavroHidden").

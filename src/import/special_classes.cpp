@@ -5,12 +5,14 @@
 #include "model/rose.h"
 #include "naming/naming.h"
 #include "platform/platform.h"
+#include "server/members.h"
 #include "server/server.h"
 #include "window/window.h"
 
 namespace importing {
 
-namespace m = members;
+namespace rs = server::members::resultset;
+namespace col = server::members::summary;
 
 namespace {
 
@@ -27,18 +29,18 @@ struct Columns {
 
 Columns FindColumns(const ObjectRef& query) {
     Columns columns;
-    std::int32_t count = automation::CallByName(query, m::kColumnCount).ToInt32();
+    std::int32_t count = automation::CallByName(query, rs::kColumnCount).ToInt32();
     for (std::int32_t i = 1; i <= count; ++i) {
-        std::string name = automation::CallByName(query, m::kColumnName, {i}).ToString();
-        if (name == "Name") columns.name = i;
-        if (name == "Datatype") columns.datatype = i;
-        if (name == "System") columns.system = i;
+        std::string name = automation::CallByName(query, rs::kColumnName, {i}).ToString();
+        if (name == col::kName) columns.name = i;
+        if (name == col::kDatatype) columns.datatype = i;
+        if (name == col::kSystem) columns.system = i;
     }
     return columns;
 }
 
 automation::Variant ColumnValue(const ObjectRef& query, std::int32_t column) {
-    return automation::CallByName(query, m::kColumnValue, {column});
+    return automation::CallByName(query, rs::kColumnValue, {column});
 }
 
 // A message that the run cannot go on without; the process ends once it is closed.
@@ -75,14 +77,16 @@ bool LoadSpecialClasses(window::TransferWindow& form, std::int16_t mode) {
 
     form.StatusMessage(mode == kDatatypesMode ? "Loading Tavro Datatype Classess ..."
                                               : "Loading Tavro System Classess ...");
-    ObjectRef query = automation::CallByName(server::ServerFactory, m::kOpenQuery,
-                                             {m::kClassDefinition, m::kSummaryQuery})
-                          .ToObject();
+    ObjectRef query =
+        automation::CallByName(
+            server::ServerFactory, server::members::factory::kOpenQuery,
+            {server::members::classes::kClassDefinition, server::members::classes::kSummaryQuery})
+            .ToObject();
     Columns columns = FindColumns(query);
     if (!columns.Complete()) GiveUp("Internal Error in ClassInfo Query");
 
-    automation::CallByName(query, m::kExecute);
-    while (automation::CallByName(query, m::kNext).ToBool()) {
+    automation::CallByName(query, rs::kExecute);
+    while (automation::CallByName(query, rs::kNext).ToBool()) {
         // Both flags are read in either mode; an empty value counts as zero.
         bool isDatatype = ColumnValue(query, columns.datatype).ToInt32() != 0;
         bool isSystem = ColumnValue(query, columns.system).ToInt32() != 0;
@@ -93,7 +97,7 @@ bool LoadSpecialClasses(window::TransferWindow& form, std::int16_t mode) {
         LoadSpecialClass(form, className);
         form.DoEvents();
     }
-    automation::CallByName(query, m::kClose);
+    automation::CallByName(query, rs::kClose);
     form.StatusMessage("Done");
     return true;
 }

@@ -14,11 +14,21 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 // The association keywords in their order, with the values of a property that sets none.
 const Pairs kDefaultKeywords = {
-    {"Calculated", "False"},     {"ClientName", ""},     {"Final", "False"},
-    {"InitialExpression", "\"\""}, {"MultiDimensional", "False"}, {"NotInheritable", "False"},
-    {"ReadOnly", "False"},       {"SqlCollation", ""},   {"SqlColumnNumber", ""},
-    {"SqlComputeCode", ""},      {"SqlComputed", "False"}, {"SqlComputeOnChange", ""},
-    {"SqlFieldName", ""},        {"SqlListDelimiter", ""}, {"SqlListType", ""},
+    {"Calculated", "False"},
+    {"ClientName", ""},
+    {"Final", "False"},
+    {"InitialExpression", "\"\""},
+    {"MultiDimensional", "False"},
+    {"NotInheritable", "False"},
+    {"ReadOnly", "False"},
+    {"SqlCollation", ""},
+    {"SqlColumnNumber", ""},
+    {"SqlComputeCode", ""},
+    {"SqlComputed", "False"},
+    {"SqlComputeOnChange", ""},
+    {"SqlFieldName", ""},
+    {"SqlListDelimiter", ""},
+    {"SqlListType", ""},
     {"Transient", "False"},
 };
 
@@ -36,10 +46,11 @@ std::vector<std::shared_ptr<rosehost::Association>> ImportOrderWith(
 
 TEST(ImportAssociation, OneWithoutInverseNamesAndMarksOnlyTheFarEnd) {
     Harness h;
-    auto associations = ImportOrderWith(
-        h, {Property("Buyer", "Customer",
-                     {{"Relationship", "1"}, {"Cardinality", "one"}, {"Private", "1"},
-                      {"Description", "Who pays"}})});
+    auto associations = ImportOrderWith(h, {Property("Buyer", "Customer",
+                                                     {{"Relationship", "1"},
+                                                      {"Cardinality", "one"},
+                                                      {"Private", "1"},
+                                                      {"Description", "Who pays"}})});
     ASSERT_EQ(associations.size(), 1u);
     const rosehost::Association& a = *associations[0];
     const rosehost::Role& near = *a.roles[0];
@@ -65,21 +76,25 @@ TEST(ImportAssociation, CardinalitySetsMultiplicityAndAggregation) {
         bool aggregate;
     };
     const Case cases[] = {
-        {"children", "1", "1..n", false}, {"children", "0", "0..n", false},
-        {"many", "1", "1..n", false},     {"many", "0", "0..n", false},
-        {"parent", "0", "1", true},       {"parent", "1", "1", true},
-        {"one", "1", "1", false},         {"one", "0", "0..1", false},
-        {"", "1", "", false},             {"One", "0", "", false},
+        {"children", "1", "1..n", false},
+        {"children", "0", "0..n", false},
+        {"many", "1", "1..n", false},
+        {"many", "0", "0..n", false},
+        {"parent", "0", "1", true},
+        {"parent", "1", "1", true},
+        {"one", "1", "1", false},
+        {"one", "0", "0..1", false},
+        {"", "1", "", false},
+        {"One", "0", "", false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.cardinality) + " required " + c.required);
         Harness h;
-        auto associations = ImportOrderWith(
-            h, {Property("Buyer", "Customer",
-                         {{"Relationship", "1"},
-                          {"Cardinality", c.cardinality},
-                          {"Required", c.required},
-                          {"Inverse", "Orders"}})});
+        auto associations = ImportOrderWith(h, {Property("Buyer", "Customer",
+                                                         {{"Relationship", "1"},
+                                                          {"Cardinality", c.cardinality},
+                                                          {"Required", c.required},
+                                                          {"Inverse", "Orders"}})});
         ASSERT_EQ(associations.size(), 1u);
         const rosehost::Association& a = *associations[0];
         EXPECT_EQ(a.roles[1]->name, "Buyer");
@@ -101,9 +116,12 @@ TEST(ImportAssociation, ObjectReferenceTakesItsMultiplicityFromTheCollection) {
         const char* multiplicity;
     };
     const Case cases[] = {
-        {"list", "1", "List", "1..n"},     {"list", "0", "List", "0..n"},
-        {"array", "0", "Array", "0..n"},   {"array", "1", "Array", "1..n"},
-        {"", "0", "Single Value", "0..1"}, {"", "1", "Single Value", "1"},
+        {"list", "1", "List", "1..n"},
+        {"list", "0", "List", "0..n"},
+        {"array", "0", "Array", "0..n"},
+        {"array", "1", "Array", "1..n"},
+        {"", "0", "Single Value", "0..1"},
+        {"", "1", "Single Value", "1"},
         {"characterstream", "0", "Single Value", "0..1"},
     };
     for (const Case& c : cases) {
@@ -123,8 +141,8 @@ TEST(ImportAssociation, ObjectReferenceTakesItsMultiplicityFromTheCollection) {
 
 TEST(ImportAssociation, TwoReferencesOfOneTypeMakeTwoAssociations) {
     Harness h;
-    auto associations = ImportOrderWith(
-        h, {Property("Buyer", "Customer"), Property("Payer", "Customer")});
+    auto associations =
+        ImportOrderWith(h, {Property("Buyer", "Customer"), Property("Payer", "Customer")});
     ASSERT_EQ(associations.size(), 2u);
     EXPECT_EQ(associations[0]->roles[1]->name, "Buyer");
     EXPECT_EQ(associations[1]->roles[1]->name, "Payer");
@@ -132,13 +150,12 @@ TEST(ImportAssociation, TwoReferencesOfOneTypeMakeTwoAssociations) {
 
 TEST(ImportAssociation, SelfRelationshipIsJoinedThroughTheInverseRole) {
     Harness h;
-    h.Save({Class("Shop.Node", {{"ClassType", "persistent"}},
-                  {Property("Up", "Node",
-                            {{"Relationship", "1"}, {"Cardinality", "parent"},
-                             {"Inverse", "Down"}}),
-                   Property("Down", "Node",
-                            {{"Relationship", "1"}, {"Cardinality", "children"},
-                             {"Inverse", "Up"}})})});
+    h.Save({Class(
+        "Shop.Node", {{"ClassType", "persistent"}},
+        {Property("Up", "Node",
+                  {{"Relationship", "1"}, {"Cardinality", "parent"}, {"Inverse", "Down"}}),
+         Property("Down", "Node",
+                  {{"Relationship", "1"}, {"Cardinality", "children"}, {"Inverse", "Up"}})})});
     h.LoadClassTypes();
     ASSERT_EQ(ImportClass(h.Open("Shop.Node")), importing::NewClass);
     ASSERT_EQ(ImportClassMembers(h.Open("Shop.Node")), 0);

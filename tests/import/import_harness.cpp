@@ -27,7 +27,7 @@ std::string NewTempDir() {
 }
 
 class Proxy : public automation::Object {
-public:
+  public:
     Proxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan)
         : inner_(std::move(inner)), plan_(std::move(plan)) {}
 
@@ -43,7 +43,7 @@ public:
 
     const ObjectRef& inner() const { return inner_; }
 
-private:
+  private:
     void Count() {
         if (++plan_->calls == plan_->failAt) throw automation::AutomationError("fault injected");
     }
@@ -132,8 +132,7 @@ ObjectRef FaultProxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan) {
 Harness::Harness() : dataDir_(NewTempDir()) {
     tavro::InitStore(dataDir_, kUser, kPassword, tavro::HashCost::Minimal);
     store_ = tavro::OpenStore(dataDir_);
-    session_ =
-        tavro::NewSessionObject(tavro::OpenSession(dataDir_, kNamespace, kUser, kPassword));
+    session_ = tavro::NewSessionObject(tavro::OpenSession(dataDir_, kNamespace, kUser, kPassword));
 
     model_ = rosehost::NewModel("Test");
     main_ = rosehost::CreateClassDiagram(*model_, *model_->top, "Main");

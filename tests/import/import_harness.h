@@ -23,8 +23,7 @@ using automation::ObjectRef;
 
 // --- Server class definitions, built as the server stores them ---
 
-tavro::Item Property(const std::string& name, const std::string& type,
-                     tavro::Values values = {},
+tavro::Item Property(const std::string& name, const std::string& type, tavro::Values values = {},
                      std::map<std::string, std::string> parameters = {});
 tavro::Item Method(const std::string& name, tavro::Values values = {});
 tavro::ClassDef Class(const std::string& name, tavro::Values values = {},
@@ -42,7 +41,7 @@ struct RowChange {
 std::ostream& operator<<(std::ostream& out, const RowChange& change);
 
 class RecordingWindow : public window::PlainWindow {
-public:
+  public:
     void RowChanged(std::int16_t logId) override;
     std::vector<RowChange> changes;
     // Called after each recorded change (a test acts between two steps of a run here).
@@ -63,7 +62,7 @@ ObjectRef FaultProxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan);
 // and the process-wide objects of the add-in pointing at them. The destructor puts the
 // process-wide objects back.
 class Harness {
-public:
+  public:
     Harness();
     ~Harness();
     Harness(const Harness&) = delete;
@@ -101,7 +100,7 @@ public:
     // Replaces the factory's OpenQuery (nullptr: the session's own).
     std::function<ObjectRef(const std::string& className, const std::string& query)> openQuery;
 
-private:
+  private:
     std::string dataDir_;
     std::unique_ptr<tavro::Store> store_;
     std::shared_ptr<rosehost::Model> model_;

@@ -26,8 +26,8 @@ TEST(GetClassType, QualifiesTheNameAndAnswersDatatypeForUnknownNames) {
         std::int16_t kind;
     };
     const Case cases[] = {
-        {"%String", "%Library.String", 3},  {"Address", "User.Address", 1},
-        {"shop.order", "shop.order", 2},    {"Shop.Thing", "Shop.Thing", 4},
+        {"%String", "%Library.String", 3},   {"Address", "User.Address", 1},
+        {"shop.order", "shop.order", 2},     {"Shop.Thing", "Shop.Thing", 4},
         {"Shop.Nothing", "Shop.Nothing", 3}, {"", "", 3},
     };
     for (const Case& c : cases) {
@@ -53,14 +53,14 @@ TEST(ImportClassMembers, DatatypesAndUnknownTypesBecomeAttributesObjectClassesAs
     Harness h;
     h.Save({Class("Shop.Address", {{"ClassType", "serial"}}),
             Class("Shop.Customer", {{"ClassType", "persistent"}})});
-    auto order = ImportOrder(h, {Property("Total", "%Integer"), Property("Ship", "Address"),
-                                 Property("Note", "Memo"), Property("Buyer", "Shop.Customer"),
-                                 Property("Code", "%Library.String")});
+    auto order = ImportOrder(
+        h, {Property("Total", "%Integer"), Property("Ship", "Address"), Property("Note", "Memo"),
+            Property("Buyer", "Shop.Customer"), Property("Code", "%Library.String")});
     std::vector<std::pair<std::string, std::string>> attributes;
     for (const auto& a : order->attributes) attributes.emplace_back(a->name, a->type);
-    EXPECT_EQ(attributes, (Pairs{{"Total", "%Library.Integer"},
-                                 {"Note", "Shop.Memo"},
-                                 {"Code", "%Library.String"}}));
+    EXPECT_EQ(
+        attributes,
+        (Pairs{{"Total", "%Library.Integer"}, {"Note", "Shop.Memo"}, {"Code", "%Library.String"}}));
     auto associations = rosehost::AssociationsOf(h.model(), *order);
     ASSERT_EQ(associations.size(), 2u);
     EXPECT_EQ(associations[0]->roles[1]->name, "Ship");
@@ -209,23 +209,24 @@ TEST(ImportOperation, ReturnTypeIsTheFullServerClassName) {
 
 TEST(ImportOperation, WritesEveryMethodKeywordProcedureBlockAsText) {
     Harness h;
-    auto order = ImportOrder(h, {}, {Method("Total", {{"Description", "Sum of lines"},
-                                                      {"Private", "1"},
-                                                      {"ClassMethod", "1"},
-                                                      {"ProcedureBlock", "1"},
-                                                      {"SqlName", "total"},
-                                                      {"WebMethod", "1"}})});
+    auto order = ImportOrder(h, {},
+                             {Method("Total", {{"Description", "Sum of lines"},
+                                               {"Private", "1"},
+                                               {"ClassMethod", "1"},
+                                               {"ProcedureBlock", "1"},
+                                               {"SqlName", "total"},
+                                               {"WebMethod", "1"}})});
     ASSERT_EQ(order->operations.size(), 1u);
     const rosehost::Operation& total = *order->operations[0];
     EXPECT_EQ(total.documentation, "Sum of lines");
     EXPECT_EQ(total.exportControl, rosehost::kPrivate);
     const Pairs expected = {
-        {"Abstract", "False"},      {"ClassMethod", "True"},   {"ClientName", ""},
-        {"CodeMode", "code"},       {"Final", "False"},        {"GenerateAfter", ""},
-        {"Language", "tavro"},      {"NotForProperty", "False"}, {"NotInheritable", "False"},
-        {"PlaceAfter", ""},         {"ProcedureBlock", "1"},   {"PublicList", ""},
-        {"ServerOnly", ""},         {"SoapBindingStyle", ""},  {"SoapBodyUse", ""},
-        {"SoapNameSpace", ""},      {"SqlName", "total"},      {"SqlProc", "False"},
+        {"Abstract", "False"}, {"ClassMethod", "True"},     {"ClientName", ""},
+        {"CodeMode", "code"},  {"Final", "False"},          {"GenerateAfter", ""},
+        {"Language", "tavro"}, {"NotForProperty", "False"}, {"NotInheritable", "False"},
+        {"PlaceAfter", ""},    {"ProcedureBlock", "1"},     {"PublicList", ""},
+        {"ServerOnly", ""},    {"SoapBindingStyle", ""},    {"SoapBodyUse", ""},
+        {"SoapNameSpace", ""}, {"SqlName", "total"},        {"SqlProc", "False"},
         {"WebMethod", "True"},
     };
     EXPECT_EQ(Harness::OwnProperties(total, "Tavro"), expected);

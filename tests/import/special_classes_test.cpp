@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "automation/local_object.h"
 #include "import/import.h"
+#include "platform/objects.h"
+#include "server/server.h"
 #include "tests/import/import_harness.h"
 
 namespace {
@@ -52,10 +56,10 @@ TEST(AddTavroSpecialClasses, DatatypeRunLoadsEveryPercentDatatypeClassOnce) {
     EXPECT_EQ(RowsWith(h, "Done"), expected);
     EXPECT_EQ(h.form.Rows().size(), expected.size());
     EXPECT_EQ(SystemCategoryClasses(h), expected);
-    EXPECT_EQ(h.form.StatusHistory(),
-              (std::vector<std::string>{"Connecting to Rational Rose ...",
-                                        "Connecting to Tavro ...",
-                                        "Loading Tavro Datatype Classess ...", "Done"}));
+    EXPECT_EQ(
+        h.form.StatusHistory(),
+        (std::vector<std::string>{"Connecting to Rational Rose ...", "Connecting to Tavro ...",
+                                  "Loading Tavro Datatype Classess ...", "Done"}));
     EXPECT_EQ(h.form.CloseCaption(), "Close");
     EXPECT_TRUE(h.boxes.empty());
 
@@ -219,7 +223,7 @@ TEST(AddTavroSpecialClasses, MissingModellingToolOrServerEndsTheProcessAfterItsM
         EXPECT_THROW(AddTavroSpecialClasses(), platform::ProcessEnded);
         ASSERT_EQ(h.boxes.size(), 1u);
         EXPECT_EQ(h.boxes[0].text, c.message);
-        EXPECT_EQ(h.boxes[0].title, "");
+        EXPECT_EQ(h.boxes[0].title, platform::kProgramTitle);
         EXPECT_EQ(h.boxes[0].buttons, platform::Buttons::Ok);
         EXPECT_EQ(h.boxes[0].icon, platform::Icon::None);
         EXPECT_EQ(h.form.StatusHistory().size(), c.statuses);
@@ -273,7 +277,9 @@ TEST(AddTavroSpecialClasses, ModellingToolFailureLeavesTheRowInHandUnfinished) {
             EXPECT_EQ(rows[i].status, "Done");
             EXPECT_TRUE(h.ModelClass(std::string(kSystemPath) + "::" + rows[i].className));
         }
-        if (!completed) EXPECT_NE(h.form.Status(), "Done");
+        if (!completed) {
+            EXPECT_NE(h.form.Status(), "Done");
+        }
     }
     EXPECT_TRUE(completed);
 }
