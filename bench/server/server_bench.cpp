@@ -24,7 +24,7 @@ constexpr const char* kUser = "dev";
 constexpr const char* kPassword = "bench-password";
 
 class BenchDir {
-public:
+  public:
     BenchDir() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "serverlink-bench-XXXXXX").string();
@@ -39,14 +39,14 @@ public:
     BenchDir& operator=(const BenchDir&) = delete;
     const std::string& path() const { return path_; }
 
-private:
+  private:
     std::string path_;
 };
 
 // Serves the data directory on a free local port and connects the add-in to it through the
 // client factory, as a run does.
 class ServedTavro {
-public:
+  public:
     explicit ServedTavro(const BenchDir& dir)
         : server_([path = dir.path()](const automation::rpc::ConnectionInfo&) {
               return tavro::NewLoginObject(path);
@@ -68,7 +68,7 @@ public:
     ~ServedTavro() { server::ServerFactory = nullptr; }
     bool connected() const { return connected_; }
 
-private:
+  private:
     automation::rpc::Server server_;
     bool connected_ = false;
 };

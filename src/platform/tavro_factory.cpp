@@ -36,8 +36,7 @@ std::string Environment(const char* name) {
 ObjectRef ConnectOverRpc(const std::string& address) { return automation::rpc::Connect(address); }
 
 TavroOps DefaultOps() {
-    return TavroOps{[](const std::string&) { return ConnectionFromEnvironment(); },
-                    ConnectOverRpc};
+    return TavroOps{[](const std::string&) { return ConnectionFromEnvironment(); }, ConnectOverRpc};
 }
 
 // Member names are compared without regard to letter case, as the server compares them.
@@ -68,7 +67,7 @@ bool IsPort(const std::string& text) {
 }
 
 class TavroFactory : public automation::Object {
-public:
+  public:
     Variant Invoke(std::int32_t, CallKind, const Args&) override {
         throw AutomationError(std::string(automation::kErrMemberNotFound));
     }
@@ -90,7 +89,7 @@ public:
 
     bool Implements(std::string_view) const override { return false; }
 
-private:
+  private:
     Variant PromptConnection(const Args& args) {
         std::string options = args.empty() ? std::string() : args[0].ToString();
         ConnectionChoice choice = Tavro().promptConnection(options);

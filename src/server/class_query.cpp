@@ -1,13 +1,12 @@
 // The class query "Summary": the classification of every server class, and the transfer
 // window's list of server classes.
-#include "server/server.h"
-
 #include <cctype>
 #include <cstdlib>
 #include <functional>
 
 #include "platform/platform.h"
 #include "server/members.h"
+#include "server/server.h"
 #include "window/window.h"
 
 namespace server {
@@ -112,7 +111,8 @@ bool NextRow(const ObjectRef& query) {
 // The flag in the current row; a value that cannot be read counts as not set.
 bool RowFlag(const ObjectRef& query, const Column& column) {
     bool set = false;
-    PassOverErrors([&] { set = IsTrueFlag(CallByName(query, rs::kColumnValue, {column.position})); });
+    PassOverErrors(
+        [&] { set = IsTrueFlag(CallByName(query, rs::kColumnValue, {column.position})); });
     return set;
 }
 

@@ -1,11 +1,10 @@
 // The transfer of a class's whole XML definition through the server's utility class, which
 // lets the parts of a class that the model cannot show survive a trip through the model.
-#include "server/server.h"
-
 #include "model/rose.h"
 #include "naming/naming.h"
 #include "platform/platform.h"
 #include "server/members.h"
+#include "server/server.h"
 
 namespace server {
 

@@ -1,8 +1,7 @@
-#include "server/server.h"
-
 #include "platform/objects.h"
 #include "platform/platform.h"
 #include "server/members.h"
+#include "server/server.h"
 
 namespace server {
 

@@ -29,7 +29,7 @@ inline constexpr std::int16_t kOtherClass = 4;
 // ClassDesc records keyed by full server class name, letter case ignored; the first record
 // added under a key stays.
 class ClassTypes {
-public:
+  public:
     // False (and nothing changes) when the key is already present.
     bool Add(std::string_view name, ClassDesc desc);
     // None when the key is absent.
@@ -37,7 +37,7 @@ public:
     std::size_t Count() const { return map_.size(); }
     void Clear() { map_.clear(); }
 
-private:
+  private:
     std::unordered_map<std::string, ClassDesc> map_;  // keys in upper case
 };
 

@@ -43,18 +43,19 @@ TEST(LoadServerClassTypes, ClassifiesEachRowByItsFirstTrueFlag) {
         {"User.Person", zero, one, zero, server::kPersistentClass},
         {"User.Address", zero, zero, one, server::kSerialClass},
         {"User.Util", zero, zero, zero, server::kOtherClass},
-        {"User.Both", zero, one, one, server::kPersistentClass},     // persistent comes first
-        {"User.Money", one, one, one, server::kDatatypeClass},       // datatype whatever else
-        {"User.Text", "1", "0", "0", server::kDatatypeClass},        // the text "1"
+        {"User.Both", zero, one, one, server::kPersistentClass},  // persistent comes first
+        {"User.Money", one, one, one, server::kDatatypeClass},    // datatype whatever else
+        {"User.Text", "1", "0", "0", server::kDatatypeClass},     // the text "1"
         {"User.Short", zero, std::int16_t{-1}, zero, server::kPersistentClass},
         {"User.Flag", zero, true, zero, server::kPersistentClass},
-        {"User.Two", zero, zero, "2", server::kSerialClass},          // a non-zero number text
+        {"User.Two", zero, zero, "2", server::kSerialClass},  // a non-zero number text
         {"User.Empty", "", Variant(), "0", server::kOtherClass},
         {"User.Word", "yes", zero, zero, server::kOtherClass},
     };
     auto query = std::make_shared<FakeQuery>();
     query->columns = kShuffledColumns;
-    for (const Case& c : cases) query->rows.push_back(Row(c.name, c.datatype, c.persistent, c.serial));
+    for (const Case& c : cases)
+        query->rows.push_back(Row(c.name, c.datatype, c.persistent, c.serial));
 
     server_test::ResetServerLink();
     auto ui = server_test::InstallScriptedUi();
@@ -140,8 +141,10 @@ TEST(LoadServerClassTypes, ClassifiesTheClassesOfTavroHost) {
         std::int16_t classType;
     };
     const Case cases[] = {
-        {"shop.order", server::kPersistentClass},  {"Shop.Address", server::kSerialClass},
-        {"Shop.Util", server::kOtherClass},        {"%Library.String", server::kDatatypeClass},
+        {"shop.order", server::kPersistentClass},
+        {"Shop.Address", server::kSerialClass},
+        {"Shop.Util", server::kOtherClass},
+        {"%Library.String", server::kDatatypeClass},
         {"%Library.Persistent", server::kPersistentClass},
     };
     for (const Case& c : cases) {

@@ -1,10 +1,11 @@
 // The XML transfer: the member list that goes with a class's XML, and the trip of a class's
 // XML through the model and back against tavro-host.
+#include "hosts/tavro/xml/class_xml.h"
+
 #include <gtest/gtest.h>
 
 #include "automation/local_object.h"
 #include "hosts/rose/model/model.h"
-#include "hosts/tavro/xml/class_xml.h"
 #include "platform/objects.h"
 #include "server/server.h"
 #include "tests/server/server_test_util.h"
@@ -265,8 +266,7 @@ std::string ServerErrorOf(const std::string& xml, const std::string& newName) {
         ObjectRef utility = automation::CallByName(server::ServerFactory, "NewObject",
                                                    {"%Dictionary.CorvansilUtility"})
                                 .ToObject();
-        automation::PutByName(automation::GetByName(utility, "XmlStream").ToObject(), "Data",
-                              xml);
+        automation::PutByName(automation::GetByName(utility, "XmlStream").ToObject(), "Data", xml);
         automation::PutByName(utility, "NewClassName", newName);
         automation::CallByName(utility, "SaveFromXmlStream");
     } catch (const automation::AutomationError& error) {
@@ -286,8 +286,7 @@ TEST(SaveClassXml, ShowsTheServerErrorAndReturns) {
     const Case cases[] = {
         {"malformed XML", server_test::kDeveloper, server_test::kDeveloperPassword,
          "<Class name=\"Shop.Order\">"},
-        {"user without Development", server_test::kViewer, server_test::kViewerPassword,
-         kOrderXml},
+        {"user without Development", server_test::kViewer, server_test::kViewerPassword, kOrderXml},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -138,7 +138,9 @@ TEST(ConnectToServer, RefusesAUserWithoutDevelopmentOnTavroHost) {
     };
     const Case cases[] = {
         {server_test::kDeveloper, server_test::kDeveloperPassword, true, {}},
-        {server_test::kViewer, server_test::kViewerPassword, false,
+        {server_test::kViewer,
+         server_test::kViewerPassword,
+         false,
          {"No 'Development' Security Permission"}},
         {server_test::kDeveloper, "wrong password", false, {}},
     };

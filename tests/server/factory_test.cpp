@@ -19,7 +19,7 @@ using automation::ObjectRef;
 
 // tavro-host's objects served on a free local port for as long as the object lives.
 class ServedTavro {
-public:
+  public:
     explicit ServedTavro(const server_test::TavroData& data)
         : server_([dir = data.path()](const automation::rpc::ConnectionInfo&) {
               return tavro::NewLoginObject(dir);
@@ -31,7 +31,7 @@ public:
     }
     const std::string& port() const { return port_; }
 
-private:
+  private:
     automation::rpc::Server server_;
     std::string port_;
 };
@@ -101,9 +101,9 @@ TEST(OpenConnection, ForwardsTheObjectOperationsToTheSession) {
     ObjectRef fresh =
         CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
     EXPECT_EQ(automation::GetByName(fresh, "name").ToString(), "Shop.Order");
-    EXPECT_NE(CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"})
-                  .ToObject(),
-              nullptr);
+    EXPECT_NE(
+        CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject(),
+        nullptr);
 
     EXPECT_TRUE(CallByName(factory, "CloseConnection").ToBool());
     EXPECT_FALSE(CallByName(factory, "ConnectionIsOpen").ToBool());
@@ -118,8 +118,8 @@ TEST(ConnectionIsOpen, TurnsFalseOnceTheServerHasGone) {
     {
         ServedTavro served(data);
         const std::string connection = "127.0.0.1:" + served.port() + ":USER";
-        factory = PromptedFactory(connection, server_test::kDeveloper,
-                                  server_test::kDeveloperPassword);
+        factory =
+            PromptedFactory(connection, server_test::kDeveloper, server_test::kDeveloperPassword);
         ASSERT_TRUE(CallByName(factory, "OpenConnection", {connection}).ToBool());
         EXPECT_TRUE(CallByName(factory, "ConnectionIsOpen").ToBool());
     }
@@ -128,7 +128,7 @@ TEST(ConnectionIsOpen, TurnsFalseOnceTheServerHasGone) {
 
 // Sets or removes the three variables for one test and puts them back afterwards.
 class TavroEnvironment {
-public:
+  public:
     TavroEnvironment(const char* connection, const char* user, const char* password) {
         Set("TAVRO_CONNECTION", connection);
         Set("TAVRO_USER", user);
@@ -144,7 +144,7 @@ public:
         }
     }
 
-private:
+  private:
     void Set(const char* name, const char* value) {
         const char* old = std::getenv(name);
         saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);

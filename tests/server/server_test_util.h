@@ -58,14 +58,14 @@ void InstallFakeFactory(const std::shared_ptr<FakeServer>& server);
 // A temporary tavro-host data directory with the users "dev" (Development) and "viewer"
 // (without); removed with the object.
 class TavroData {
-public:
+  public:
     TavroData();
     ~TavroData();
     TavroData(const TavroData&) = delete;
     TavroData& operator=(const TavroData&) = delete;
     const std::string& path() const { return path_; }
 
-private:
+  private:
     std::string path_;
 };
 inline constexpr const char* kDeveloper = "dev";
