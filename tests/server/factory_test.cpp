@@ -1,7 +1,12 @@
 // The client factory "TavroActiveX.Factory" against tavro-host served over the RPC transport.
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QDialog>
+#include <QLineEdit>
+#include <QTimer>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 
 #include "automation/local_object.h"
@@ -202,6 +207,55 @@ TEST(InstallTavroFactory, LeavesOtherProgIdsToWhatWasThere) {
     EXPECT_NE(platform::CreateObject("tavroactivex.factory"), factory);  // a new one each time
     EXPECT_THROW(platform::CreateObject("Rose.Application"), automation::AutomationError);
     platform::ResetObjects();
+}
+
+}  // namespace
+
+namespace {
+
+// The dialog shown on Qt's offscreen platform; `act` runs once it is up, then the dialog is
+// left as `act` left it.
+platform::ConnectionChoice RunDialog(const std::function<void(QDialog&)>& act) {
+    static int argc = 1;
+    static char name[] = "server_test";
+    static char* argv[] = {name, nullptr};
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QTimer::singleShot(0, &app, [&act] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            auto* dialog = qobject_cast<QDialog*>(widget);
+            if (dialog != nullptr && dialog->objectName() == "dlgTavroConnection") act(*dialog);
+        }
+    });
+    return platform::qt::ShowConnectionDialog("+%up");
+}
+
+QLineEdit* Field(QDialog& dialog, const char* name) {
+    QLineEdit* edit = dialog.findChild<QLineEdit*>(QString::fromLatin1(name));
+    EXPECT_NE(edit, nullptr) << name;
+    return edit;
+}
+
+TEST(ShowConnectionDialog, GivesTheConnectionStringOfTheFields) {
+    TavroEnvironment environment("db:1972:SHOP", "dev", "pw");
+    std::vector<std::string> shown;
+    platform::ConnectionChoice choice = RunDialog([&shown](QDialog& dialog) {
+        for (const char* name : {"txtServer", "txtPort", "txtNamespace", "txtUser", "txtPassword"})
+            shown.push_back(Field(dialog, name)->text().toStdString());
+        Field(dialog, "txtNamespace")->setText("SALES");
+        Field(dialog, "txtUser")->setText("alice");
+        dialog.accept();
+    });
+    EXPECT_EQ(shown, (std::vector<std::string>{"db", "1972", "SHOP", "dev", "pw"}));
+    EXPECT_EQ(choice.connection, "db:1972:SALES");
+    EXPECT_EQ(choice.user, "alice");
+    EXPECT_EQ(choice.password, "pw");
+}
+
+TEST(ShowConnectionDialog, CancelGivesNoConnection) {
+    TavroEnvironment environment("db:1972:SHOP", "dev", "pw");
+    platform::ConnectionChoice choice = RunDialog([](QDialog& dialog) { dialog.reject(); });
+    EXPECT_EQ(choice.connection, "");
 }
 
 }  // namespace
