@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "platform/qt/qt_ui.h"
+#include "run/program.h"
 #include "run/run.h"
 
 namespace {
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     QtMessageHandler previous = qInstallMessageHandler(FatalToExit);
     QApplication app(argc, argv);
     qInstallMessageHandler(previous);
-    platform::qt::InstallQtUi();
+    run::InstallProgram();
 
     try {
         run::Main(commandLine);

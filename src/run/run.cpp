@@ -62,7 +62,8 @@ RunOps DefaultOps() {
     ops.showStartUp = ShowStartUp;
     ops.setStartUpProgress = SetStartUpProgress;
     ops.startStartUpTimer = StartStartUpTimer;
-    ops.showTransferWindow = ShowStandInTransferWindow;
+    // The program installs the transfer window and the loading (run/program.h).
+    ops.showTransferWindow = [] {};
     ops.addTavroSpecialClasses = [] { return false; };
     return ops;
 }

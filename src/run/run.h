@@ -43,8 +43,9 @@ inline constexpr const char* kInstallTitle = "Installation";
 inline constexpr const char* kInstalling = "Installing ...";
 inline constexpr const char* kInstallationComplete = "Installation Complete";
 
-// What `Main` hands over to the windows. The defaults are the Qt start-up window and, until the
-// transfer window is linked in, a stand-in window; tests record the calls instead.
+// What `Main` hands over to the windows. The defaults are the Qt start-up window and nothing
+// else; the program installs the transfer window and the loading (run/program.h), and tests
+// record the calls instead.
 struct RunOps {
     std::function<void()> showStartUpModal;  // show frmStartUp and wait until it closes
     std::function<void()> showStartUp;       // show frmStartUp without waiting

@@ -28,8 +28,4 @@ QDialog* StartUpWindow();
 // The splash picture: 402 x 485 pixels, 24-bit, drawn once per process.
 const QImage& StartUpPicture();
 
-// Until the transfer window is linked in: a plain window naming the run mode, so that the
-// transfer runs open a window and end when it closes.
-void ShowStandInTransferWindow();
-
 }  // namespace run

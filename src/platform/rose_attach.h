@@ -1,0 +1,18 @@
+// Attaching to the running modelling tool: "Rose.Application" is the application object of the
+// rose-host that answers on the socket of RoseSocketPath().
+#pragma once
+
+#include "automation/automation.h"
+
+namespace platform {
+
+inline constexpr const char* kRoseProgId = "Rose.Application";
+
+// The application object of the running rose-host; raises AutomationError when none answers.
+automation::ObjectRef AttachToRose();
+
+// Makes platform::GetActiveObject("Rose.Application") attach to rose-host; every other progId
+// goes on to whatever was installed before.
+void InstallRoseAttach();
+
+}  // namespace platform
