@@ -161,11 +161,6 @@ TEST(ConnectToServer, RefusesAUserWithoutDevelopmentOnTavroHost) {
     }
 }
 
-TEST(ServerSupportsFeature, AnswersFalseWithoutConnection) {
-    server_test::ResetServerLink();
-    EXPECT_FALSE(server::ServerSupportsFeature("Security"));
-}
-
 TEST(ClassDefinitionExists, OpensTheDefinitionById) {
     server_test::TavroData data;
     server_test::ResetServerLink();
