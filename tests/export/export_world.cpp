@@ -122,6 +122,12 @@ ExportWorld::~ExportWorld() {
     std::filesystem::remove_all(dataDir_, ignored);
 }
 
+void ExportWorld::UseModel(std::shared_ptr<rosehost::Model> other) {
+    model = std::move(other);
+    DeclareDefaults(*model);
+    rosehost::SetModel(*host, model);
+}
+
 std::shared_ptr<rosehost::Class> ExportWorld::AddClass(const std::string& categoryPath,
                                                        const std::string& name) {
     return rosehost::CreateClass(*model, FindOrAddCategory(*model, categoryPath), name);

@@ -40,6 +40,8 @@ class ExportWorld {
     ExportWorld& operator=(const ExportWorld&) = delete;
 
     // --- the model ---
+    // Puts `other` in the place of the model, with the add-in's declared defaults.
+    void UseModel(std::shared_ptr<rosehost::Model> other);
     // A class in the category `categoryPath` ("Shop", "Shop::Order"; "" for the top).
     std::shared_ptr<rosehost::Class> AddClass(const std::string& categoryPath,
                                               const std::string& name);
