@@ -58,12 +58,6 @@ TEST(ImportClass, NewClassGoesIntoItsPackageCategoryAndIsRemembered) {
     EXPECT_EQ(rose::Name(importing::NewRoseClasses.Find("shop.order.line")), "Line");
 }
 
-TEST(ImportClass, SystemClassKeepsItsWholeNameInTheSystemCategory) {
-    Harness h;
-    EXPECT_EQ(ImportClass(h.Open("%Library.String")), importing::NewClass);
-    EXPECT_TRUE(h.ModelClass("Logical View::Tavro System Classes::%Library.String"));
-}
-
 TEST(SetClassProperties, SuperClassesAreQualifiedInTheClassPackage) {
     struct Case {
         const char* super;
@@ -263,27 +257,6 @@ TEST(ReinitialiseClass, KeepsOnlyTheAssociationsOtherClassesStillUse) {
     EXPECT_EQ(bothNamed.atFrom->name, "orders");
     EXPECT_EQ(bothNamed.atFrom->multiplicity, "1");
     EXPECT_FALSE(Exists(h, nearUnnamed.association));
-}
-
-TEST(ReinitialiseClass, ClearsFlagsDocumentationAndMembersButKeepsToolProperties) {
-    Harness h;
-    auto order = h.MakeModelClass("Logical View::Shop::Order");
-    for (const char* name : {"a", "b", "c"})
-        rosehost::CreateAttribute(h.model(), *order, name, "", "");
-    for (const char* name : {"x", "y"}) rosehost::CreateOperation(h.model(), *order, name, "");
-    for (const char* path : {"Logical View::A", "Logical View::B"})
-        rosehost::CreateSuperclassLink(h.model(), *order, "", path);
-    order->isAbstract = order->isPersistent = true;
-    order->documentation = "text";
-    rosehost::SetToolProperty(*order, "Tavro", "Owner", "me");
-    importing::ReinitialiseClass(h.RoseClass("Logical View::Shop::Order"));
-    EXPECT_TRUE(order->attributes.empty());
-    EXPECT_TRUE(order->operations.empty());
-    EXPECT_TRUE(order->superclassLinks.empty());
-    EXPECT_FALSE(order->isAbstract);
-    EXPECT_FALSE(order->isPersistent);
-    EXPECT_EQ(order->documentation, "");
-    EXPECT_EQ(Harness::OwnProperties(*order, "Tavro"), (Pairs{{"Owner", "me"}}));
 }
 
 }  // namespace
