@@ -23,14 +23,15 @@ using ObjectRef = std::shared_ptr<Object>;
 // An error raised by the modelling tool or the server (or by the automation layer on their
 // behalf). Inside a process it is an exception; on the wire it is an error reply.
 class AutomationError : public std::runtime_error {
-public:
+  public:
     explicit AutomationError(const std::string& description) : std::runtime_error(description) {}
     std::string Description() const { return what(); }
 };
 
 // Texts of the errors the automation layer raises by itself.
 inline constexpr std::string_view kErrTypeMismatch = "Type mismatch";
-inline constexpr std::string_view kErrObjectNotSet = "Object variable or With block variable not set";
+inline constexpr std::string_view kErrObjectNotSet =
+    "Object variable or With block variable not set";
 inline constexpr std::string_view kErrMemberNotFound = "Member not found";
 inline constexpr std::string_view kErrNoInterface = "No such interface supported";
 inline constexpr std::string_view kErrBadArgCount = "Invalid number of parameters";
@@ -41,7 +42,7 @@ enum class VariantType : std::uint8_t { Empty, Bool, Int16, Int32, String, Objec
 // object reference. The To... conversions coerce the way the add-in's callers expect of
 // automation values and raise `AutomationError` ("Type mismatch") where no coercion exists.
 class Variant {
-public:
+  public:
     Variant() = default;
     Variant(bool v) : value_(v) {}
     Variant(std::int16_t v) : value_(v) {}
@@ -51,8 +52,9 @@ public:
     Variant(const char* v) : value_(std::string(v)) {}
     Variant(ObjectRef v) : value_(std::move(v)) {}
     template <class T>
-        requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>)
-    Variant(std::shared_ptr<T> v) : value_(ObjectRef(std::move(v))) {}
+    requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>)
+        Variant(std::shared_ptr<T> v)
+        : value_(ObjectRef(std::move(v))) {}
 
     VariantType Type() const { return static_cast<VariantType>(value_.index()); }
     bool IsEmpty() const { return Type() == VariantType::Empty; }
@@ -76,7 +78,7 @@ public:
 
     bool operator==(const Variant& other) const;
 
-private:
+  private:
     std::variant<std::monostate, bool, std::int16_t, std::int32_t, std::string, ObjectRef> value_;
 };
 
@@ -86,7 +88,7 @@ enum class CallKind : std::uint8_t { Get = 1, Put = 2, Method = 3 };
 
 // The dispatch interface. For a put, the value is the last argument.
 class Object {
-public:
+  public:
     virtual ~Object() = default;
 
     virtual Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) = 0;

@@ -20,7 +20,7 @@ struct Member {
 };
 
 class LocalObject : public Object {
-public:
+  public:
     explicit LocalObject(std::vector<std::string> iids) : iids_(std::move(iids)) {}
 
     // Adds a member; a later member with the same id or name hides an earlier one.
@@ -32,7 +32,7 @@ public:
     Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) override;
     bool Implements(std::string_view iid) const override;
 
-private:
+  private:
     std::vector<std::string> iids_;
     std::vector<Member> members_;
 };

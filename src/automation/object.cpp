@@ -1,7 +1,6 @@
-#include "automation/automation.h"
-
 #include <cctype>
 
+#include "automation/automation.h"
 #include "automation/local_object.h"
 
 namespace automation {

@@ -1,10 +1,10 @@
-#include "automation/automation.h"
-
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <cctype>
 #include <limits>
+
+#include "automation/automation.h"
 
 namespace automation {
 namespace {

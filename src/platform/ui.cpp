@@ -1,7 +1,7 @@
-#include "platform/platform.h"
-
 #include <cstdio>
 #include <cstdlib>
+
+#include "platform/platform.h"
 
 namespace platform {
 namespace {

@@ -14,24 +14,22 @@ namespace {
 
 // Letter case is ignored, the way the window's sorted lists order their entries.
 bool LessNoCase(const std::string& a, const std::string& b) {
-    return std::lexicographical_compare(
-        a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            return std::tolower(static_cast<unsigned char>(x)) <
-                   std::tolower(static_cast<unsigned char>(y));
-        });
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) <
+               std::tolower(static_cast<unsigned char>(y));
+    });
 }
 
 class PlainList : public ClassList {
-public:
+  public:
     explicit PlainList(bool sorted) : sorted_(sorted) {}
 
     std::int16_t AddItem(const std::string& text) override {
         auto pos = items_.end();
         if (sorted_) {
-            pos = std::upper_bound(items_.begin(), items_.end(), text,
-                                   [](const std::string& t, const Item& item) {
-                                       return LessNoCase(t, item.text);
-                                   });
+            pos = std::upper_bound(
+                items_.begin(), items_.end(), text,
+                [](const std::string& t, const Item& item) { return LessNoCase(t, item.text); });
         }
         pos = items_.insert(pos, Item{text, false});
         return static_cast<std::int16_t>(pos - items_.begin());
@@ -55,7 +53,7 @@ public:
         if (InRange(index)) items_[static_cast<size_t>(index)].selected = selected;
     }
 
-private:
+  private:
     struct Item {
         std::string text;
         bool selected;
@@ -77,9 +75,7 @@ PlainWindow::PlainWindow()
       availableIds_(NewPlainList(/*sorted=*/false)),
       selectedIds_(NewPlainList(/*sorted=*/false)) {}
 
-std::int16_t PlainWindow::CheckValue(CheckBox box) const {
-    return checks_[static_cast<int>(box)];
-}
+std::int16_t PlainWindow::CheckValue(CheckBox box) const { return checks_[static_cast<int>(box)]; }
 
 void PlainWindow::SetCheckValue(CheckBox box, std::int16_t value) {
     checks_[static_cast<int>(box)] = value;

@@ -17,7 +17,7 @@ struct LogRow {
 };
 
 class PlainWindow : public TransferWindow {
-public:
+  public:
     PlainWindow();
 
     ClassList& lstAvailableClasses() override { return *available_; }
@@ -53,9 +53,10 @@ public:
     virtual void RowChanged(std::int16_t /*logId*/) {}
     virtual void StatusChanged() {}
 
-private:
+  private:
     std::unique_ptr<ClassList> available_, selected_, availableIds_, selectedIds_;
-    std::int16_t checks_[4] = {1, 1, 0, 0};  // Override, AddToDiagram, IncludeDatatype, IncludeSystem
+    std::int16_t checks_[4] = {1, 1, 0,
+                               0};  // Override, AddToDiagram, IncludeDatatype, IncludeSystem
     std::string caption_;
     std::vector<LogRow> rows_;
     std::string status_;

@@ -25,7 +25,7 @@ inline constexpr std::int16_t kIconInProgress = 3;  // green triangle
 // sorted place (letter case ignored: a, B, C) and `AddItem` reports where it went; an
 // unsorted list appends. Reading past the end gives "".
 class ClassList {
-public:
+  public:
     virtual ~ClassList() = default;
     virtual std::int16_t AddItem(const std::string& text) = 0;
     virtual void InsertItem(std::int16_t index, const std::string& text) = 0;
@@ -40,7 +40,7 @@ public:
 enum class CheckBox : std::uint8_t { Override, AddToDiagram, IncludeDatatype, IncludeSystem };
 
 class TransferWindow {
-public:
+  public:
     virtual ~TransferWindow() = default;
 
     virtual ClassList& lstAvailableClasses() = 0;
@@ -59,9 +59,8 @@ public:
                                    const std::string& errorText, std::int16_t icon,
                                    bool displayNow) = 0;
     virtual void UpdateLogMsg(std::int16_t logId, std::optional<std::string> className,
-                              std::optional<std::string> msgText,
-                              const std::string& errorText = "", std::int16_t icon = 0,
-                              bool displayNow = false) = 0;
+                              std::optional<std::string> msgText, const std::string& errorText = "",
+                              std::int16_t icon = 0, bool displayNow = false) = 0;
     virtual void ClearLog() = 0;
     virtual void StatusMessage(const std::string& messageText) = 0;
 
