@@ -174,10 +174,13 @@ TEST(ExportProperty, ParametersClearedOnAPropertyFoundInTheDefinition) {
     auto order = world.AddClass("Shop", "Order");
     auto code = world.AddAttribute(*order, "Code", "String");
     rosehost::SetToolProperty(*code, "Parameter", "SCALE", "2");
+    rosehost::SetToolProperty(*code, "Parameter", "MAXVAL", "9");
     automation::ObjectRef definition = world.NewDefinition("Shop.Order");
     ASSERT_TRUE(
         exporting::ExportProperty("Shop.Order", definition, world.AttributeObject(*order, 1)));
-    // The second export finds the property it inserted and fills it again.
+    // The second export finds the property it inserted and fills it again; MAXVAL is back at
+    // its default by then and so leaves the parameters.
+    code->properties.clear();
     rosehost::SetToolProperty(*code, "Parameter", "SCALE", "4");
     ASSERT_TRUE(
         exporting::ExportProperty("Shop.Order", definition, world.AttributeObject(*order, 1)));
