@@ -13,6 +13,7 @@
 #include <QTreeWidget>
 #include <algorithm>
 #include <exception>
+#include <initializer_list>
 #include <vector>
 
 #include "platform/platform.h"
@@ -34,6 +35,23 @@ static QFont WindowFont(bool bold) {
     font.setPointSizeF(9.75);
     font.setBold(bold);
     return font;
+}
+
+// The faces that stand in for the window's own are a little wider, so when a caption would be
+// cut off at its control's fixed width, the whole group is set one size smaller until every
+// caption fits; the group keeps one size so that it still reads as one column of options.
+static void FitCaptions(std::initializer_list<QWidget*> group) {
+    QFont font = (*group.begin())->font();
+    auto allFit = [&] {
+        for (QWidget* control : group) {
+            if (control->sizeHint().width() > control->width()) return false;
+        }
+        return true;
+    };
+    while (!allFit() && font.pointSizeF() > 7.0) {
+        font.setPointSizeF(font.pointSizeF() - 0.25);
+        for (QWidget* control : group) control->setFont(font);
+    }
 }
 
 // Names the control, sets its place in the tab order and its tooltip.
@@ -161,6 +179,7 @@ void ImportExportWindow::CreateControls() {
     SetTwips(chkAddToDiagram_, 3240, 6120, 3255, 255);
     chkOverride_ = check("Override Existing Classes", "chkOverride", 13, true);
     SetTwips(chkOverride_, 3240, 6480, 3255, 255);
+    FitCaptions({chkIncludeDatatype_, chkIncludeSystem_, chkAddToDiagram_, chkOverride_});
 
     lblLog_ = label(fraLog_, "Event Log", "lblLog", 15, kTipSelected);
     SetTwips(lblLog_, 120, 360, 1335, 255);
