@@ -7,59 +7,25 @@
 
 #include "automation/automation.h"
 #include "install/vocabulary.h"
+#include "server/members.h"
 
 namespace exporting {
 
-// Server members called by export, one table per kind of server object.
+// The server members export calls (server/members.h holds them, one table per kind).
 namespace member {
-// Server classes.
-inline constexpr const char* kClassDefinition = "%Dictionary.ClassDefinition";
-inline constexpr const char* kPropertyDefinition = "%Dictionary.PropertyDefinition";
-inline constexpr const char* kMethodDefinition = "%Dictionary.MethodDefinition";
-
-// The connection factory.
-inline constexpr const char* kNewObject = "NewObject";
-inline constexpr const char* kOpenObjectById = "OpenObjectById";
-inline constexpr const char* kLoadObjectById = "LoadObjectById";
-
-// Every stored object.
-inline constexpr const char* kSysOid = "sys_OID";
-inline constexpr const char* kSysDelete = "sys_Delete";
-inline constexpr const char* kSysClose = "sys_Close";
-inline constexpr const char* kSysSave = "sys_Save";
-
-// Class definitions.
-inline constexpr const char* kDescription = "Description";
-inline constexpr const char* kAbstract = "Abstract";
-inline constexpr const char* kClassType = "ClassType";
-inline constexpr const char* kSuper = "super";
-inline constexpr const char* kProperties = "Properties";
-inline constexpr const char* kMethods = "Methods";
-
-// Collections of member definitions (1-based) and the keyed parameter array.
-inline constexpr const char* kCount = "Count";
-inline constexpr const char* kGetAt = "GetAt";
-inline constexpr const char* kInsert = "Insert";
-inline constexpr const char* kClear = "Clear";
-inline constexpr const char* kSetAt = "SetAt";
-
-// Property and method definitions.
-inline constexpr const char* kName = "name";
-inline constexpr const char* kType = "Type";
-inline constexpr const char* kPrivate = "Private";
-inline constexpr const char* kCollection = "Collection";
-inline constexpr const char* kParameters = "Parameters";
-inline constexpr const char* kRequired = "Required";
-inline constexpr const char* kRelationship = "Relationship";
-inline constexpr const char* kInverse = "Inverse";
-inline constexpr const char* kCardinality = "Cardinality";
-inline constexpr const char* kReturnType = "ReturnType";
-inline constexpr const char* kFormalSpec = "FormalSpec";
+using namespace server::members::definition;
+using namespace server::members::stored;
+using server::members::classes::kClassDefinition;
+using server::members::classes::kMethodDefinition;
+using server::members::classes::kPropertyDefinition;
+using server::members::factory::kLoadObjectById;
+using server::members::factory::kNewObject;
+using server::members::factory::kOpenObjectById;
 }  // namespace member
 
 // Model properties that export reads outside the keyword tables.
-inline constexpr const char* kXmlDefinedProperty = "XmlDefined";
-inline constexpr const char* kClassXmlProperty = "TavroClassXml";
+inline constexpr const char* kXmlDefinedProperty = install::kXmlDefined;
+inline constexpr const char* kClassXmlProperty = install::kTavroClassXml;
 inline constexpr const char* kCollectionProperty = "Collection";
 inline constexpr const char* kClassTypeProperty = "ClassType";
 

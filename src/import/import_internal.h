@@ -7,41 +7,19 @@
 
 #include "automation/automation.h"
 #include "install/vocabulary.h"
+#include "server/members.h"
 
 namespace importing {
 
 // The members of class, property and method definitions that the import reads by name
-// (the factory, result set and stored-object members are in server/members.h).
+// (server/members.h holds them with the factory, result set and stored-object members).
 namespace members {
-inline constexpr const char* kName = "name";
-inline constexpr const char* kDescription = "Description";
-inline constexpr const char* kClassType = "ClassType";
-inline constexpr const char* kAbstract = "Abstract";
-inline constexpr const char* kSuper = "super";
-inline constexpr const char* kProperties = "Properties";
-inline constexpr const char* kMethods = "Methods";
-
-inline constexpr const char* kType = "Type";
-inline constexpr const char* kPrivate = "Private";
-inline constexpr const char* kCollection = "Collection";
-inline constexpr const char* kRelationship = "Relationship";
-inline constexpr const char* kCardinality = "Cardinality";
-inline constexpr const char* kInverse = "Inverse";
-inline constexpr const char* kRequired = "Required";
-inline constexpr const char* kParameters = "Parameters";
-
-inline constexpr const char* kReturnType = "ReturnType";
-inline constexpr const char* kFormalSpec = "FormalSpec";
-
-// Server collections (1-based) and arrays keyed by text.
-inline constexpr const char* kCount = "Count";
-inline constexpr const char* kGetAt = "GetAt";
-inline constexpr const char* kNext = "Next";
+using namespace server::members::definition;
 }  // namespace members
 
 // The model properties of the class's XML (tool "TavroHidden").
-inline constexpr const char* kXmlDefined = "XmlDefined";
-inline constexpr const char* kTavroClassXml = "TavroClassXml";
+using install::kTavroClassXml;
+using install::kXmlDefined;
 
 // Booleans are kept in the model as these texts.
 inline const char* BooleanText(bool value) { return value ? "True" : "False"; }

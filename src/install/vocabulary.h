@@ -15,6 +15,10 @@ namespace install {
 inline constexpr const char* kToolTavro = "Tavro";
 inline constexpr const char* kToolParameter = "Parameter";
 inline constexpr const char* kToolTavroHidden = "TavroHidden";
+// The two properties of the tool "TavroHidden": whether the class carries the XML that an import
+// kept, and that XML.
+inline constexpr const char* kXmlDefined = "XmlDefined";
+inline constexpr const char* kTavroClassXml = "TavroClassXml";
 
 enum class PropertyKind : std::uint8_t { Boolean, String, Integer, Enumeration };
 

@@ -25,6 +25,8 @@ inline constexpr const char* kPromptOptions = "+%up";
 // The server classes and the query the add-in names.
 namespace classes {
 inline constexpr const char* kClassDefinition = "%Dictionary.ClassDefinition";
+inline constexpr const char* kPropertyDefinition = "%Dictionary.PropertyDefinition";
+inline constexpr const char* kMethodDefinition = "%Dictionary.MethodDefinition";
 inline constexpr const char* kUtility = "%Dictionary.CorvansilUtility";
 inline constexpr const char* kSummaryQuery = "Summary";
 }  // namespace classes
@@ -52,8 +54,43 @@ inline constexpr const char* kSerial = "Serial";
 
 // Every stored object.
 namespace stored {
+inline constexpr std::string_view kSysOid = "sys_OID";
+inline constexpr std::string_view kSysSave = "sys_Save";
+inline constexpr std::string_view kSysDelete = "sys_Delete";
 inline constexpr std::string_view kSysClose = "sys_Close";
 }  // namespace stored
+
+// Class, property and method definitions. Export writes these members and import reads them;
+// the keywords beside them are the model property names of install/vocabulary.h.
+namespace definition {
+inline constexpr const char* kName = "name";
+inline constexpr const char* kDescription = "Description";
+inline constexpr const char* kPrivate = "Private";
+// Class definitions.
+inline constexpr const char* kClassType = "ClassType";
+inline constexpr const char* kAbstract = "Abstract";
+inline constexpr const char* kSuper = "super";
+inline constexpr const char* kProperties = "Properties";
+inline constexpr const char* kMethods = "Methods";
+// Property definitions.
+inline constexpr const char* kType = "Type";
+inline constexpr const char* kCollection = "Collection";
+inline constexpr const char* kParameters = "Parameters";
+inline constexpr const char* kRequired = "Required";
+inline constexpr const char* kRelationship = "Relationship";
+inline constexpr const char* kInverse = "Inverse";
+inline constexpr const char* kCardinality = "Cardinality";
+// Method definitions.
+inline constexpr const char* kReturnType = "ReturnType";
+inline constexpr const char* kFormalSpec = "FormalSpec";
+// The Properties and Methods collections (1-based) and the Parameters array keyed by text.
+inline constexpr const char* kCount = "Count";
+inline constexpr const char* kGetAt = "GetAt";
+inline constexpr const char* kInsert = "Insert";
+inline constexpr const char* kClear = "Clear";
+inline constexpr const char* kSetAt = "SetAt";
+inline constexpr const char* kNext = "Next";
+}  // namespace definition
 
 // The utility class: its class methods, and an instance's XML transfer.
 namespace utility {
