@@ -1,0 +1,123 @@
+// corvansil-cli: the export, import and loading runs without a window. The selection comes
+// from the arguments, the log rows and status texts go to standard output, and the exit status
+// says whether every class went through. The console window implements the same transfer-window
+// operations as the Qt window, so the drivers and loaders are the ones the add-in runs.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "window/plain_window.h"
+
+namespace cli {
+
+// Exit statuses.
+inline constexpr int kExitOk = 0;          // every class went through
+inline constexpr int kExitFailed = 1;      // a class failed, or a run stopped on an error
+inline constexpr int kExitUnreachable = 2; // bad usage, or a side that could not be reached
+
+enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
+
+struct Options {
+    Command command = Command::None;
+    bool help = false;
+    bool all = false;
+    std::vector<std::string> patterns;  // class names or patterns with '*' and '?'
+    bool keepExisting = false;          // clears the override option
+    bool noDiagram = false;             // clears drawing new classes on the active diagram
+    bool includeDatatype = false;
+    bool includeSystem = false;
+    bool dryRun = false;
+    std::string reportFile;
+    std::string server;        // HOST:PORT:NAMESPACE
+    std::string user;
+    std::string passwordFile;  // "-" reads standard input
+    std::string roseSocket;
+};
+
+struct ParseResult {
+    bool ok = false;
+    std::string message;  // why the arguments are no good
+    Options options;
+};
+
+// Reads the arguments after the program name.
+ParseResult ParseArguments(const std::vector<std::string>& args);
+// The program's usage text, and the help of one command.
+std::string UsageText();
+std::string CommandHelp(Command command);
+const char* CommandWord(Command command);
+
+// True when `name` matches `pattern` as a whole: '*' any run of characters, '?' any one;
+// letter case counts, as it does in server class names.
+bool MatchesPattern(const std::string& pattern, const std::string& name);
+
+// Puts every entry of the selected list back into the available list (with its companion
+// entry), then selects the available entries that `--all` or one of the patterns names.
+// `unmatched` receives every pattern that named nothing.
+void SelectClasses(window::TransferWindow& form, const Options& options,
+                   std::vector<std::string>& unmatched);
+
+// A row as one line of text: a mark for its picture, the class name and the status text.
+std::string FormatRow(const window::LogRow& row);
+// True once a row shows an outcome rather than work in progress.
+bool IsFinalRow(const window::LogRow& row);
+
+// The transfer window of the console. Without a terminal it prints one line per outcome a
+// row reaches and one line per status text; on a terminal it also keeps a live progress line
+// of the row in hand, overwritten in place.
+class ConsoleWindow : public window::PlainWindow {
+  public:
+    ConsoleWindow(std::ostream& out, bool live);
+    void RowChanged(std::int16_t logId) override;
+    void StatusChanged() override;
+    void ClearLog() override;
+    // Ends a live line that is still open.
+    void Finish();
+    // True when any class row ended "Failed".
+    bool AnyFailed() const;
+
+  private:
+    void ClearLiveLine();
+    std::ostream& out_;
+    bool live_;
+    bool lineOpen_ = false;
+    std::vector<std::string> printed_;  // the last line printed per row
+};
+
+// One member of a class as both sides describe it.
+struct Member {
+    std::string name;
+    std::string kind;  // "property", "method" or "relationship"
+    std::string type;  // server form of the property type or method return type
+    std::string outcome;
+};
+
+// What a run did (or would do) with one class.
+struct ClassOutcome {
+    std::string name;
+    std::string outcome;
+    std::string detail;
+    std::vector<Member> members;
+};
+
+// The JSON document of `--report`.
+std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
+                       const std::string& status);
+// The outcomes of the class rows of the finished run, each with its members as the written
+// side now holds them.
+std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form);
+
+// The selected classes as the run would treat them, read from both sides without writing.
+std::vector<ClassOutcome> DryRunExport(window::TransferWindow& form);
+std::vector<ClassOutcome> DryRunImport(window::TransferWindow& form);
+// The dry-run result as lines of text.
+void PrintDryRun(std::ostream& out, const std::vector<ClassOutcome>& classes);
+
+// Runs one command against the objects platform::Objects() gives; `out` gets the log and
+// status lines, `err` the diagnostics. Returns the exit status.
+int RunCommand(const Options& options, std::ostream& out, std::ostream& err, bool live);
+
+}  // namespace cli
