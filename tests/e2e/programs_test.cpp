@@ -1,0 +1,192 @@
+// The add-in's runs through the real programs: corvansil-cli between a tavro-host serving a
+// data directory and a rose-host serving a model, checked with the hosts' own commands.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "hosts/tavro/store/store.h"
+#include "tests/e2e/programs.h"
+
+namespace {
+
+using e2e::CliEnvironment;
+using e2e::CountOf;
+using e2e::Exit;
+using e2e::RoseHost;
+using e2e::TavroServer;
+using e2e::TempDir;
+using namespace std::chrono_literals;
+
+const std::string kSamples = std::string(CORVANSIL_SOURCE_DIR) + "/../shared/samples/mdl";
+const std::string kLibrary = kSamples + "/library.mdl";
+
+// The library sample's classes as the server names them.
+const char* const kLibraryClasses[] = {"library.Book", "library.BookCategory", "library.Library",
+                                       "library.Writer"};
+
+#define SKIP_WITHOUT_PROGRAMS_OR_SAMPLE()                                                   \
+    do {                                                                                   \
+        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {         \
+            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program;     \
+        }                                                                                  \
+        if (!std::filesystem::exists(kLibrary)) GTEST_SKIP() << "no sample " << kLibrary;  \
+    } while (false)
+
+Exit Cli(const TempDir& dir, const std::vector<std::string>& args, const e2e::Env& env) {
+    std::vector<std::string> argv = {"corvansil-cli"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return e2e::Run(dir, argv, env, "", 120s);
+}
+
+// A run that ended by itself, with the status given; the output is shown when it did not.
+void ExpectEnded(const Exit& exit, int status) {
+    EXPECT_TRUE(exit.finished) << "still running after the limit";
+    EXPECT_FALSE(exit.signalled) << "ended by signal " << exit.status << "\n" << exit.err;
+    EXPECT_EQ(exit.status, status) << "out:\n" << exit.out << "err:\n" << exit.err;
+}
+
+// The library sample exported into the server; the host serving it stays up.
+void ExportLibrary(const TempDir& dir, TavroServer& tavro, RoseHost& rose) {
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(kLibrary));
+    Exit exit = Cli(dir, {"export", "--all"}, CliEnvironment(tavro, rose));
+    ExpectEnded(exit, 0);
+    EXPECT_EQ(CountOf(exit.out, "New Class Created"), std::size(kLibraryClasses)) << exit.out;
+    EXPECT_NE(exit.out.find("Export complete"), std::string::npos) << exit.out;
+}
+
+TEST(ExportClasses, EverySelectedClassOfTheSampleIsOnTheServer) {
+    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
+    TempDir dir("e2e-export");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ExportLibrary(dir, tavro, rose);
+
+    // Book as the file holds it: three attributes and the far end of its association with
+    // Writer.
+    struct Case {
+        const char* className;
+        std::vector<const char*> parts;
+    };
+    const Case cases[] = {
+        {"library.Book",
+         {"<Class name=\"library.Book\">", "<Property name=\"title\">", "<Type>%String</Type>",
+          "<Property name=\"pages\">", "<Property name=\"category\">",
+          "<Type>library.BookCategory</Type>", "<Property name=\"author\">",
+          "<Inverse>books</Inverse>"}},
+        {"library.Writer", {"<Property name=\"books\">", "<Inverse>author</Inverse>"}},
+        {"library.Library", {"<Property name=\"writers\">", "<Property name=\"books\">"}},
+        {"library.BookCategory", {"<Class name=\"library.BookCategory\">"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.className);
+        Exit show = tavro.Command({"class", "show", "USER", c.className});
+        ExpectEnded(show, 0);
+        for (const char* part : c.parts) EXPECT_NE(show.out.find(part), std::string::npos) << part;
+    }
+}
+
+TEST(ExportClasses, OnlyTheNamedClassesAreWritten) {
+    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
+    TempDir dir("e2e-export-named");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(kLibrary));
+
+    Exit exit = Cli(dir, {"export", "library.B*"}, CliEnvironment(tavro, rose));
+    ExpectEnded(exit, 0);
+
+    struct Case {
+        const char* className;
+        int status;
+    };
+    const Case cases[] = {{"library.Book", 0}, {"library.BookCategory", 0},
+                          {"library.Writer", 1}, {"library.Library", 1}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.className);
+        EXPECT_EQ(tavro.Command({"class", "show", "USER", c.className}).status, c.status);
+    }
+}
+
+TEST(ImportClasses, ServerClassesComeIntoANewModelThatSavesAndOpensWhole) {
+    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
+    TempDir dir("e2e-import");
+    TavroServer tavro(dir);
+    {
+        RoseHost source(dir, "source.sock");
+        ExportLibrary(dir, tavro, source);
+    }
+
+    RoseHost rose(dir);
+    ASSERT_TRUE(rose.Start(""));
+    Exit exit = Cli(dir, {"import", "library.*"}, CliEnvironment(tavro, rose));
+    ExpectEnded(exit, 0);
+    EXPECT_EQ(CountOf(exit.out, "New Class Created"), std::size(kLibraryClasses)) << exit.out;
+
+    Exit before = rose.Command({"show"});
+    ExpectEnded(before, 0);
+    for (const char* part : {"Book", "Writer", "BookCategory", "Library", "title", "pages"}) {
+        EXPECT_NE(before.out.find(part), std::string::npos) << part << "\n" << before.out;
+    }
+    std::string saved = dir / "imported.mdl";
+    ExpectEnded(rose.Command({"save", saved}), 0);
+    ExpectEnded(rose.Command({"stop"}), 0);
+    ASSERT_TRUE(rose.child()->Wait(30s).finished);
+
+    RoseHost reopened(dir, "reopened.sock");
+    ASSERT_TRUE(reopened.Start(saved));
+    Exit after = reopened.Command({"show"});
+    ExpectEnded(after, 0);
+    EXPECT_EQ(after.out, before.out);
+}
+
+// The '%' classes of one kind, as the server's class query lists them.
+std::size_t SpecialClassCount(const TavroServer& tavro, bool datatype) {
+    auto store = tavro::OpenStore(tavro.dataDir());
+    std::size_t count = 0;
+    for (const tavro::SummaryRow& row : tavro::SummaryOf(*store, "USER")) {
+        bool wanted = datatype ? row.datatype : row.system;
+        if (wanted && !row.name.empty() && row.name.front() == '%') ++count;
+    }
+    return count;
+}
+
+TEST(AddTavroSpecialClasses, DatatypeAndSystemRunsFillTheSystemCategory) {
+    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
+    TempDir dir("e2e-special");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(kLibrary));
+    std::size_t datatypes = SpecialClassCount(tavro, true);
+    std::size_t systems = SpecialClassCount(tavro, false);
+    ASSERT_GT(datatypes, 0U);
+    ASSERT_GT(systems, 0U);
+
+    Exit first = Cli(dir, {"datatypes"}, CliEnvironment(tavro, rose));
+    ExpectEnded(first, 0);
+    EXPECT_EQ(CountOf(first.out, ": Done"), datatypes) << first.out;
+    Exit shown = rose.Command({"show"});
+    EXPECT_NE(shown.out.find("Tavro System Classes"), std::string::npos) << shown.out;
+
+    // A second run finds every class already there.
+    Exit again = Cli(dir, {"datatypes"}, CliEnvironment(tavro, rose));
+    ExpectEnded(again, 0);
+    EXPECT_EQ(CountOf(again.out, "Already Defined"), datatypes) << again.out;
+    EXPECT_EQ(CountOf(again.out, ": Done"), 0U) << again.out;
+
+    Exit system = Cli(dir, {"system"}, CliEnvironment(tavro, rose));
+    ExpectEnded(system, 0);
+    EXPECT_EQ(CountOf(system.out, ": Done") + CountOf(system.out, "Already Defined"), systems)
+        << system.out;
+
+    // The loaded classes survive a save and a reopening.
+    std::string saved = dir / "with-system.mdl";
+    ExpectEnded(rose.Command({"save", saved}), 0);
+    RoseHost reopened(dir, "reopened.sock");
+    ASSERT_TRUE(reopened.Start(saved));
+    EXPECT_EQ(reopened.Command({"show"}).out, rose.Command({"show"}).out);
+}
+
+}  // namespace
