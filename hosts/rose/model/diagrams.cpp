@@ -1,6 +1,8 @@
+#include "model.h"
+
 #include <algorithm>
 
-#include "model.h"
+#include "model_internal.h"
 
 namespace rosehost {
 namespace {
@@ -31,6 +33,7 @@ std::shared_ptr<Diagram> CreateClassDiagram(Model& model, Category& category,
     diagram->name = name;
     diagram->quid = NewQuid(model);
     category.diagrams.push_back(diagram);
+    NoteDiagram(model);
     return diagram;
 }
 

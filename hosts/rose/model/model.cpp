@@ -1,9 +1,10 @@
 #include "model.h"
 
+#include "model_internal.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <unordered_set>
 
 namespace rosehost {
 namespace {
@@ -12,33 +13,6 @@ void CollectCategories(const std::shared_ptr<Category>& category,
                        std::vector<std::shared_ptr<Category>>& out) {
     out.push_back(category);
     for (const auto& sub : category->categories) CollectCategories(sub, out);
-}
-
-void AddQuid(std::unordered_set<std::string>& quids, const Element& element) {
-    if (!element.quid.empty()) quids.insert(element.quid);
-}
-
-// Every quid in use, so that a new one is checked against all of them.
-std::unordered_set<std::string> QuidsInUse(const Model& model) {
-    std::unordered_set<std::string> quids;
-    for (const auto& category : AllCategories(model)) {
-        AddQuid(quids, *category);
-        for (const auto& cls : category->classes) {
-            AddQuid(quids, *cls);
-            for (const auto& a : cls->attributes) AddQuid(quids, *a);
-            for (const auto& l : cls->superclassLinks) AddQuid(quids, *l);
-            for (const auto& o : cls->operations) {
-                AddQuid(quids, *o);
-                for (const auto& p : o->parameters) AddQuid(quids, *p);
-            }
-        }
-        for (const auto& a : category->associations) {
-            AddQuid(quids, *a);
-            for (const auto& r : a->roles) AddQuid(quids, *r);
-        }
-        for (const auto& d : category->diagrams) AddQuid(quids, *d);
-    }
-    return quids;
 }
 
 bool StartsWith(const std::string& text, const std::string& prefix) {
@@ -83,15 +57,18 @@ std::string NewQuid(Model& model) {
     auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
                        std::chrono::system_clock::now().time_since_epoch())
                        .count();
-    std::unordered_set<std::string> inUse = QuidsInUse(model);
+    ModelIndex& index = CurrentIndex(model);
     char text[16];
     for (;;) {
         std::snprintf(text, sizeof text, "%08X%04X", static_cast<unsigned>(seconds),
                       static_cast<unsigned>(model.quidCounter++ & 0xFFFFu));
-        if (!inUse.contains(text)) return text;
+        // Taken at once, so that the element it goes to counts as using it.
+        if (index.quids.insert(text).second) return text;
         if ((model.quidCounter & 0xFFFFu) == 0) ++seconds;
     }
 }
+
+void ForgetIndex(const Model& model) { model.index.built = false; }
 
 std::string QualifiedName(const Category& category) {
     std::string path = category.name;
@@ -128,12 +105,10 @@ std::vector<std::shared_ptr<Class>> AllClasses(const Model& model) {
 }
 
 std::vector<std::shared_ptr<Class>> ClassesByPath(const Model& model, const std::string& path) {
-    std::string wanted = AbsolutePath(model, path);
-    std::vector<std::shared_ptr<Class>> out;
-    for (const auto& cls : AllClasses(model)) {
-        if (QualifiedName(*cls) == wanted) out.push_back(cls);
-    }
-    return out;
+    ModelIndex& index = CurrentIndex(model);
+    auto it = index.byPath.find(AbsolutePath(model, path));
+    if (it == index.byPath.end()) return {};
+    return it->second;
 }
 
 std::vector<std::shared_ptr<Category>> CategoriesByPath(const Model& model,
@@ -147,32 +122,21 @@ std::vector<std::shared_ptr<Category>> CategoriesByPath(const Model& model,
 }
 
 std::shared_ptr<Class> ClassByUniqueKey(const Model& model, const std::string& quid) {
-    if (quid.empty()) return nullptr;
-    for (const auto& cls : AllClasses(model)) {
-        if (cls->quid == quid) return cls;
-    }
-    return nullptr;
+    return IndexedClass(model, CurrentIndex(model), "", quid);
 }
 
 std::shared_ptr<Class> ResolveClass(const Model& model, const std::string& path,
                                     const std::string& quid) {
-    if (!path.empty()) {
-        auto byPath = ClassesByPath(model, path);
-        if (!byPath.empty()) return byPath.front();
-    }
-    return ClassByUniqueKey(model, quid);
+    return IndexedClass(model, CurrentIndex(model), path, quid);
 }
 
 std::shared_ptr<Class> TypeClassOf(const Model& model, const Attribute& attribute) {
     if (attribute.type.empty()) return nullptr;
     if (auto cls = ResolveClass(model, attribute.type, attribute.typeQuid)) return cls;
-    std::shared_ptr<Class> found;
-    for (const auto& cls : AllClasses(model)) {
-        if (cls->name != attribute.type) continue;
-        if (found) return nullptr;  // the bare name is ambiguous
-        found = cls;
-    }
-    return found;
+    ModelIndex& index = CurrentIndex(model);
+    auto it = index.byName.find(attribute.type);
+    if (it == index.byName.end() || it->second.count != 1) return nullptr;  // none, or ambiguous
+    return it->second.first;
 }
 
 std::shared_ptr<Category> CreateCategory(Model& model, const std::shared_ptr<Category>& parent,
@@ -182,6 +146,7 @@ std::shared_ptr<Category> CreateCategory(Model& model, const std::shared_ptr<Cat
     category->quid = NewQuid(model);
     category->parent = parent;
     parent->categories.push_back(category);
+    NoteCategory(model);
     return category;
 }
 
@@ -192,6 +157,7 @@ std::shared_ptr<Class> CreateClass(Model& model, const std::shared_ptr<Category>
     cls->quid = NewQuid(model);
     cls->owner = category;
     category->classes.push_back(cls);
+    NoteClass(model, cls);
     return cls;
 }
 
@@ -242,7 +208,9 @@ std::shared_ptr<Association> CreateAssociation(Model& model, Class& cls, const s
     association->roles[1] =
         NewRole(model, far ? QualifiedName(*far) : path, far ? far->quid : std::string());
     auto owner = cls.owner.lock();
-    (owner ? owner : model.top)->associations.push_back(association);
+    if (!owner) owner = model.top;
+    owner->associations.push_back(association);
+    NoteAssociation(model, *owner, association);
     return association;
 }
 
@@ -260,15 +228,12 @@ std::shared_ptr<SuperclassLink> CreateSuperclassLink(Model& model, Class& cls,
 }
 
 std::vector<std::shared_ptr<Association>> AssociationsOf(const Model& model, const Class& cls) {
+    ModelIndex& index = CurrentAssociations(model);
     std::vector<std::shared_ptr<Association>> out;
-    for (const auto& category : AllCategories(model)) {
-        for (const auto& association : category->associations) {
-            if (RoleIsAt(model, *association->roles[0], cls) ||
-                RoleIsAt(model, *association->roles[1], cls)) {
-                out.push_back(association);
-            }
-        }
-    }
+    auto it = index.associations.find(&cls);
+    if (it == index.associations.end()) return out;
+    out.reserve(it->second.size());
+    for (const auto& kept : it->second) out.push_back(kept.association);
     return out;
 }
 
@@ -301,7 +266,9 @@ bool DeleteSuperclassLink(Class& cls, const SuperclassLink& link) {
 
 bool DeleteAssociation(Model& model, const Association& association) {
     for (const auto& category : AllCategories(model)) {
-        if (EraseElement(category->associations, association)) return true;
+        if (!EraseElement(category->associations, association)) continue;
+        NoteAssociationGone(model);
+        return true;
     }
     return false;
 }

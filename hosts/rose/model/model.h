@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -126,6 +128,46 @@ struct PropertySet {
     std::vector<std::pair<std::string, std::string>> entries;  // property name, default value
 };
 
+// Look-up tables over a model, so that finding a class, a class's associations or a free quid
+// does not walk the whole model each time. Kept by the routines below: they update it as they
+// create elements, and drop it when an element's name changes (ForgetIndex). Whatever changes
+// the tree directly (a loader pushing elements) is noticed by the element counts in `shape`,
+// and the tables are built again on the next look-up.
+struct ModelIndex {
+    // A copied model gets tables of its own, built when first needed.
+    ModelIndex() = default;
+    ModelIndex(const ModelIndex&) {}
+    ModelIndex& operator=(const ModelIndex&) {
+        built = false;
+        return *this;
+    }
+
+    struct Shape {
+        std::size_t categories = 0, classes = 0, associations = 0, diagrams = 0;
+        bool operator==(const Shape&) const = default;
+    };
+    bool built = false;
+    Shape shape;
+    std::unordered_set<std::string> quids;
+    std::unordered_map<std::string, std::vector<std::shared_ptr<Class>>> byPath;  // absolute path
+    std::unordered_map<std::string, std::shared_ptr<Class>> byQuid;  // first class with the quid
+    struct Named {
+        std::shared_ptr<Class> first;
+        std::size_t count = 0;
+    };
+    std::unordered_map<std::string, Named> byName;  // bare class names
+    // The associations with an end at each class, category by category, each with the
+    // category that keeps it; and the absolute paths and quids the ends of all associations
+    // name, since a class created with such a path or quid may become the class of an end.
+    struct Kept {
+        const Category* owner;
+        std::shared_ptr<Association> association;
+    };
+    bool associationsBuilt = false;
+    std::unordered_map<const Class*, std::vector<Kept>> associations;
+    std::unordered_set<std::string> roleKeys;
+};
+
 struct Model {
     std::string name;  // the file's base name; "" for a model never saved
     std::shared_ptr<Category> top;
@@ -133,6 +175,7 @@ struct Model {
     std::vector<PropertySet> propertySets;
     std::uint32_t quidCounter = 0;
     void* origin = nullptr;
+    mutable ModelIndex index;
 };
 
 // --- Building and finding (model.cpp) ---
@@ -141,6 +184,8 @@ struct Model {
 std::shared_ptr<Model> NewModel(const std::string& name);
 // A new quid: 12 upper-case hex digits that no element of the model has.
 std::string NewQuid(Model& model);
+// Drops the model's look-up tables; called when the name of a class or category changes.
+void ForgetIndex(const Model& model);
 
 std::string QualifiedName(const Category& category);
 std::string QualifiedName(const Class& cls);

@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <map>
+#include <type_traits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -322,6 +323,10 @@ template <class T>
 Variant NameMember(const Call<T>& c) {
     if (c.put) {
         c.target->name = c.Value().ToString();
+        // Class paths are made of category and class names.
+        if constexpr (std::is_same_v<T, Class> || std::is_same_v<T, Category>) {
+            ForgetIndex(c.model());
+        }
         return {};
     }
     return c.target->name;
