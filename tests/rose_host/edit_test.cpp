@@ -20,12 +20,13 @@ constexpr std::int32_t kCreateClass = 421, kDocText = 203, kIsAbstract = 412, kI
                        kCreateAssociation = 429, kDeleteAttribute = 435,
                        kCreateSuperclassLink = 437, kSetToolProperty = 110;
 constexpr std::int32_t kAttributeExportControl = 415, kValue = 202, kCreateParameter = 416;
-constexpr std::int32_t kOtherRoleOf = 417, kRoleName = 100, kIsNavigable = 616,
-                       kMultiplicity = 617;
-constexpr std::int32_t kAddClass = 412, kRemoveClass = 419, kClassViewOf = 427,
-                       kPlacementA = 203, kPlacementB = 202;
+constexpr std::int32_t kOtherRoleOf = 417, kRoleName = 100, kIsNavigable = 616, kMultiplicity = 617;
+constexpr std::int32_t kAddClass = 412, kRemoveClass = 419, kClassViewOf = 427, kPlacementA = 203,
+                       kPlacementB = 202;
 
-ObjectRef First(const ObjectRef& collection) { return Call(collection, kItemAt, {std::int16_t{1}}).ToObject(); }
+ObjectRef First(const ObjectRef& collection) {
+    return Call(collection, kItemAt, {std::int16_t{1}}).ToObject();
+}
 
 const petal::Value& Field(const petal::Document& document, const char* key) {
     return *petal::FindField(document.model().root, key);
@@ -52,7 +53,8 @@ void EditLibrary(const ObjectRef& model) {
     Call(order, kSetToolProperty, {"Tavro", "ClassType", "persistent"});
 
     ObjectRef book = First(Call(model, kClassesByPath, {"library::Book", ""}).ToObject());
-    ObjectRef pages = Call(Get(book, kAttributes).ToObject(), kItemAt, {std::int16_t{2}}).ToObject();
+    ObjectRef pages =
+        Call(Get(book, kAttributes).ToObject(), kItemAt, {std::int16_t{2}}).ToObject();
     Call(book, kDeleteAttribute, {pages});
     Call(book, kSetToolProperty, {"Tavro", "Final", "True"});
     Call(Get(model, kCurrentDiagram).ToObject(), kAddClass, {order});

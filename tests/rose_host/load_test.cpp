@@ -118,7 +118,8 @@ TEST(SyncModel, UnchangedModelSavesTheBytesItRead) {
         ASSERT_EQ(SaveSession(session, saved), "");
         std::string original = test::SamplesDir() + "/mdl/" + c.file;
         EXPECT_TRUE(test::ReadFile(saved) == test::ReadFile(original));
-        EXPECT_TRUE(test::ReadFile(copy + unit) == test::ReadFile(test::SamplesDir() + "/mdl" + unit));
+        EXPECT_TRUE(test::ReadFile(copy + unit) ==
+                    test::ReadFile(test::SamplesDir() + "/mdl" + unit));
         // Opening the saved copy shows the same model.
         Session again;
         ASSERT_EQ(OpenSession(again, saved), "");

@@ -23,8 +23,8 @@ TEST(ControlObject, ServesTheApplicationAndTheControlCalls) {
     {
         automation::ObjectRef root = automation::rpc::Connect(address);
         automation::ObjectRef app = automation::GetByName(root, "Application").ToObject();
-        automation::ObjectRef model = automation::Get(app, 209).ToObject();  // ActiveModel
-        EXPECT_EQ(automation::Get(model, 100).ToString(), "library");          // Name
+        automation::ObjectRef model = automation::Get(app, 209).ToObject();      // ActiveModel
+        EXPECT_EQ(automation::Get(model, 100).ToString(), "library");            // Name
         automation::ObjectRef classes = automation::Get(model, 432).ToObject();  // AllClasses
         EXPECT_EQ(automation::Get(classes, 202).ToInt32(), 4);                   // Count
 

@@ -34,7 +34,8 @@ struct Loader {
         return element;
     }
 
-    std::shared_ptr<Class> LoadClass(petal::Object& object, const std::shared_ptr<Category>& owner) {
+    std::shared_ptr<Class> LoadClass(petal::Object& object,
+                                     const std::shared_ptr<Category>& owner) {
         auto cls = Bound<Class>(object);
         ProjectClass(object, *cls, enums);
         cls->owner = owner;
@@ -87,8 +88,7 @@ struct Loader {
         for (petal::Object* a : ListObjects(object, "logical_models", "Association")) {
             if (IsModelAssociation(*a)) category->associations.push_back(LoadAssociation(*a));
         }
-        for (petal::Object* d :
-             ListObjects(object, "logical_presentations", kClassDiagramKind)) {
+        for (petal::Object* d : ListObjects(object, "logical_presentations", kClassDiagramKind)) {
             auto diagram = Bound<Diagram>(*d);
             ProjectDiagram(*d, *diagram, enums);
             diagrams.emplace_back(diagram.get(), d);

@@ -42,7 +42,12 @@ constexpr Command kCommands[] = {
 void PrintUsage(std::ostream& out) {
     out << "usage: rose-host COMMAND ...\n\n";
     for (const Command& command : kCommands) {
-        out << "  " << command.usage << "\n      " << command.help << "\n";
+        std::string help = command.help;
+        for (std::size_t at = help.find('\n'); at != std::string::npos;
+             at = help.find('\n', at + 1)) {
+            help.insert(at + 1, "      ");
+        }
+        out << "  " << command.usage << "\n      " << help << "\n";
     }
     out << "\nThe socket is $CORVANSIL_ROSE_SOCKET, by default "
            "${XDG_RUNTIME_DIR:-/tmp}/corvansil-$UID/rose.sock.\n"
@@ -113,6 +118,12 @@ extern "C" void OnSignal(int) {
     if (gServer != nullptr) gServer->Stop();
 }
 
+void PrintWarnings(const rosehost::Session& session) {
+    for (const std::string& warning : session.warnings) {
+        std::cerr << "rose-host: warning: " << warning << "\n";
+    }
+}
+
 void Report(int fd, const std::string& text) {
     if (fd < 0) return;
     ssize_t written = ::write(fd, text.data(), text.size());
@@ -140,10 +151,16 @@ int Serve(rosehost::Session& session, int reportFd) {
     std::signal(SIGTERM, OnSignal);
     std::signal(SIGINT, OnSignal);
     std::signal(SIGPIPE, SIG_IGN);
-    for (const std::string& warning : session.warnings) {
-        std::cerr << "rose-host: warning: " << warning << "\n";
-    }
+    if (reportFd < 0) PrintWarnings(session);
     Report(reportFd, "ok");
+    if (reportFd >= 0) {
+        // Detached: let go of the caller's terminal or pipe, so that `$(rose-host open ...)`
+        // returns once the parent does.
+        std::FILE* out = std::freopen("/dev/null", "w", stdout);
+        std::FILE* err = std::freopen("/dev/null", "w", stderr);
+        (void)out;
+        (void)err;
+    }
     server.Run();
     gServer = nullptr;
     return 0;
@@ -183,6 +200,7 @@ int ServeDetached(rosehost::Session& session) {
     } catch (const AutomationError& e) {
         Die("the host started but its socket does not answer: " + e.Description());
     }
+    PrintWarnings(session);
     std::cout << pid << "\n";
     return 0;
 }

@@ -40,8 +40,7 @@ std::string HeaderName(const petal::Object& object) {
     return object.names.empty() ? std::string() : ModelName(object.names[0]);
 }
 
-std::int16_t VisibilityOf(const petal::Object& object, std::string_view key,
-                          std::int16_t absent) {
+std::int16_t VisibilityOf(const petal::Object& object, std::string_view key, std::int16_t absent) {
     const petal::Value* value = petal::FindField(object, key);
     if (value == nullptr || value->kind != petal::ValueKind::String) return absent;
     for (const auto& [code, text] : kVisibilities) {

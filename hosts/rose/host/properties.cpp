@@ -275,10 +275,9 @@ void LoadAddInProperties(Model& model, std::vector<std::string>& warnings) {
         for (PropertySet& set : sets) AddPropertySet(model, std::move(set));
     }
     for (PropertySet& set : own) {
-        auto it = std::find_if(model.propertySets.begin(), model.propertySets.end(),
-                               [&](const PropertySet& s) {
-                                   return s.tool == set.tool && s.set == set.set;
-                               });
+        auto it = std::find_if(
+            model.propertySets.begin(), model.propertySets.end(),
+            [&](const PropertySet& s) { return s.tool == set.tool && s.set == set.set; });
         if (it == model.propertySets.end()) {
             model.propertySets.push_back(std::move(set));
             continue;

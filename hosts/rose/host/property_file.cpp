@@ -185,8 +185,7 @@ class Reader {
 
 }  // namespace
 
-bool ReadPropertyFile(const std::string& path, std::vector<PropertySet>& sets,
-                      std::string& error) {
+bool ReadPropertyFile(const std::string& path, std::vector<PropertySet>& sets, std::string& error) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         error = "cannot read property file " + path;

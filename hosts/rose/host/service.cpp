@@ -53,8 +53,8 @@ void NewDocument(petal::Document& document) {
     top.fields.push_back({"exportControl", petal::MakeString("Public")});
     top.fields.push_back({"global", petal::MakeBoolean(true)});
     top.fields.push_back({"logical_models", petal::MakeList("unit_reference_list")});
-    petal::Value& presentations = petal::EnsureList(top, "logical_presentations",
-                                                    "unit_reference_list");
+    petal::Value& presentations =
+        petal::EnsureList(top, "logical_presentations", "unit_reference_list");
     petal::AppendObject(presentations, std::move(diagram));
 
     file.root = petal::NewObject("Design", kLogicalView);
@@ -150,8 +150,8 @@ std::string SessionStatus(const Session& session) {
     }
     auto current = model.currentDiagram.lock();
     std::string path = session.document.path();
-    return "model \"" + model.name + "\" (" + (path.empty() ? "never saved" : path) + "): " +
-           std::to_string(AllCategories(model).size()) + " categories, " +
+    return "model \"" + model.name + "\" (" + (path.empty() ? "never saved" : path) +
+           "): " + std::to_string(AllCategories(model).size()) + " categories, " +
            std::to_string(AllClasses(model).size()) + " classes, " + std::to_string(diagrams) +
            " class diagrams; current diagram " +
            (current ? "\"" + current->name + "\", " + std::to_string(current->selected.size()) +
@@ -162,9 +162,8 @@ std::string SessionStatus(const Session& session) {
 automation::ObjectRef ControlObject(Session& session, std::function<void()> stop) {
     auto control = std::make_shared<automation::LocalObject>(std::vector<std::string>{kControlIid});
     Session* s = &session;
-    control->Define(0, "Application", [s](CallKind, const Args&) -> Variant {
-        return ApplicationObject(s->host);
-    });
+    control->Define(0, "Application",
+                    [s](CallKind, const Args&) -> Variant { return ApplicationObject(s->host); });
     control->Define(0, "Save", [s](CallKind, const Args& args) -> Variant {
         std::string path = args.empty() ? "" : args[0].ToString();
         Check(SaveSession(*s, path));
@@ -175,9 +174,8 @@ automation::ObjectRef ControlObject(Session& session, std::function<void()> stop
         stop();
         return true;
     });
-    control->Define(0, "Status", [s](CallKind, const Args&) -> Variant {
-        return SessionStatus(*s);
-    });
+    control->Define(0, "Status",
+                    [s](CallKind, const Args&) -> Variant { return SessionStatus(*s); });
     control->Define(0, "Select", [s](CallKind, const Args& args) -> Variant {
         std::vector<std::string> names;
         for (const Variant& arg : args) names.push_back(arg.ToString());
@@ -189,9 +187,8 @@ automation::ObjectRef ControlObject(Session& session, std::function<void()> stop
         Check(SelectDiagram(*s, args[0].ToString()));
         return {};
     });
-    control->Define(0, "Show", [s](CallKind, const Args&) -> Variant {
-        return ShowModel(*ModelOf(*s->host));
-    });
+    control->Define(
+        0, "Show", [s](CallKind, const Args&) -> Variant { return ShowModel(*ModelOf(*s->host)); });
     control->Define(0, "Warnings", [s](CallKind, const Args&) -> Variant {
         std::string text;
         for (const std::string& warning : s->warnings) text += warning + "\n";

@@ -9,11 +9,16 @@ namespace {
 
 const char* VisibilityWord(std::int16_t code) {
     switch (code) {
-        case kPublic: return "public";
-        case kProtected: return "protected";
-        case kPrivate: return "private";
-        case kImplementation: return "implementation";
-        default: return "unknown";
+        case kPublic:
+            return "public";
+        case kProtected:
+            return "protected";
+        case kPrivate:
+            return "private";
+        case kImplementation:
+            return "implementation";
+        default:
+            return "unknown";
     }
 }
 

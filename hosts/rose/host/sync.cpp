@@ -160,7 +160,9 @@ void SyncClass(SyncContext& context, Class& cls, petal::Object& object) {
     SyncChildren(
         object, "superclasses", "inheritance_relationship_list", "Inheritance_Relationship",
         cls.superclassLinks, Always,
-        [](const SuperclassLink& l) { return petal::NewObject("Inheritance_Relationship", {}, l.quid); },
+        [](const SuperclassLink& l) {
+            return petal::NewObject("Inheritance_Relationship", {}, l.quid);
+        },
         /*dropWhenEmpty=*/true);
     for (auto& link : cls.superclassLinks) SyncSuperclassLink(context, *link, *OriginOf(*link));
     SyncChildren(
@@ -173,12 +175,14 @@ void SyncClass(SyncContext& context, Class& cls, petal::Object& object) {
             return skeleton;
         },
         /*dropWhenEmpty=*/true);
-    for (auto& operation : cls.operations) SyncOperation(context, *operation, *OriginOf(*operation));
+    for (auto& operation : cls.operations)
+        SyncOperation(context, *operation, *OriginOf(*operation));
     SyncChildren(
         object, "class_attributes", "class_attribute_list", "ClassAttribute", cls.attributes,
         Always, [](const Attribute& a) { return Skeleton("ClassAttribute", a); },
         /*dropWhenEmpty=*/true);
-    for (auto& attribute : cls.attributes) SyncAttribute(context, *attribute, *OriginOf(*attribute));
+    for (auto& attribute : cls.attributes)
+        SyncAttribute(context, *attribute, *OriginOf(*attribute));
     if (was.isAbstract != cls.isAbstract) WriteFlag(object, "abstract", cls.isAbstract);
     if (was.isPersistent != cls.isPersistent) {
         WriteText(object, "persistence", cls.isPersistent ? "Persistent" : "");
@@ -250,8 +254,7 @@ void SyncCategory(SyncContext& context, Category& category, petal::Object& objec
         [](const Class& c) { return Skeleton("Class", c); }, /*dropWhenEmpty=*/false);
     SyncChildren(
         object, "logical_models", "unit_reference_list", "Association", category.associations,
-        IsModelAssociation,
-        [&context](Association& a) { return NewAssociationObject(context, a); },
+        IsModelAssociation, [&context](Association& a) { return NewAssociationObject(context, a); },
         /*dropWhenEmpty=*/false);
     // Roles of a new association are bound to the roles its object was made with.
     for (auto& association : category.associations) {

@@ -26,9 +26,8 @@ int HighestTag(const petal::Value& items) {
     int highest = 0;
     for (const petal::Value& item : items.items) {
         if (item.kind != petal::ValueKind::Object || !item.object) continue;
-        petal::VisitObjects(*item.object, [&](const petal::Object& o) {
-            highest = std::max(highest, o.tag);
-        });
+        petal::VisitObjects(*item.object,
+                            [&](const petal::Object& o) { highest = std::max(highest, o.tag); });
     }
     return highest;
 }
