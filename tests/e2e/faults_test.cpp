@@ -1,0 +1,257 @@
+// Faults with the real programs: a server or modelling tool killed in the middle of a run,
+// two runs into one server at once, a wrong password and a user without "Development". The
+// command line must end by itself with the right status, never by a signal, and the server
+// must hold every class whole or not at all.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "hosts/rose/host/host.h"
+#include "hosts/tavro/store/store.h"
+#include "tests/e2e/programs.h"
+
+namespace {
+
+using e2e::Child;
+using e2e::CliEnvironment;
+using e2e::CountOf;
+using e2e::Exit;
+using e2e::RoseHost;
+using e2e::TavroServer;
+using e2e::TempDir;
+using namespace std::chrono_literals;
+
+constexpr int kFields = 12;
+
+#define SKIP_WITHOUT_PROGRAMS()                                                        \
+    do {                                                                              \
+        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {    \
+            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program; \
+        }                                                                             \
+    } while (false)
+
+std::string ClassName(const std::string& category, int i) {
+    return category + ".Item" + std::to_string(i);
+}
+
+// A model file with `count` classes in the category `category`, each with kFields public
+// String attributes, written the way rose-host saves a model.
+std::string WriteModel(const TempDir& dir, const std::string& category, int count) {
+    rosehost::Session session;
+    rosehost::NewSession(session);
+    rosehost::Model& model = *rosehost::ModelOf(*session.host);
+    auto owner = rosehost::CreateCategory(model, model.top, category);
+    for (int i = 1; i <= count; ++i) {
+        auto cls = rosehost::CreateClass(model, owner, "Item" + std::to_string(i));
+        for (int f = 0; f < kFields; ++f) {
+            auto attribute =
+                rosehost::CreateAttribute(model, *cls, "field" + std::to_string(f), "String", "");
+            attribute->exportControl = rosehost::kPublic;
+        }
+    }
+    std::string path = dir / (category + ".mdl");
+    std::string error = rosehost::SaveSession(session, path);
+    if (!error.empty()) throw std::runtime_error(error);
+    return path;
+}
+
+// The same classes stored directly in the data directory, as an operator loads them.
+void StoreClasses(const TavroServer& tavro, const std::string& category, int count) {
+    std::vector<tavro::ClassDef> defs;
+    for (int i = 1; i <= count; ++i) {
+        tavro::ClassDef def;
+        def.name = ClassName(category, i);
+        for (int f = 0; f < kFields; ++f) {
+            def.properties.push_back(tavro::Item{tavro::ItemKind::Property,
+                                                 "field" + std::to_string(f),
+                                                 {{"Type", "%String"}},
+                                                 {}});
+        }
+        defs.push_back(std::move(def));
+    }
+    auto store = tavro::OpenStore(tavro.dataDir());
+    tavro::SaveClasses(*store, "USER", defs, tavro::Actor{"", /*isOperator=*/true});
+}
+
+// What the server holds of the generated classes: how many are there, and a complaint for
+// each one that is there but not whole.
+struct ServerState {
+    int present = 0;
+    std::vector<std::string> broken;
+};
+
+ServerState Inspect(const TavroServer& tavro, const std::string& category, int count) {
+    ServerState state;
+    auto store = tavro::OpenStore(tavro.dataDir());
+    for (int i = 1; i <= count; ++i) {
+        tavro::ClassDef def;
+        if (!tavro::LoadClass(*store, "USER", ClassName(category, i), def)) continue;
+        ++state.present;
+        bool whole = def.properties.size() == kFields;
+        for (std::size_t f = 0; whole && f < def.properties.size(); ++f) {
+            const tavro::Item& property = def.properties[f];
+            whole = property.name == "field" + std::to_string(f) &&
+                    property.values.count("Type") != 0 && property.values.at("Type") == "%String";
+        }
+        if (!whole) state.broken.push_back(def.name);
+    }
+    return state;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::unique_ptr<Child> StartCli(const TempDir& dir, const std::vector<std::string>& args,
+                                const e2e::Env& env) {
+    std::vector<std::string> argv = {"corvansil-cli"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return std::make_unique<Child>(dir, argv, env);
+}
+
+void ExpectNoSignal(const Exit& exit) {
+    EXPECT_TRUE(exit.finished) << "still running after the limit";
+    EXPECT_FALSE(exit.signalled) << "ended by signal " << exit.status << "\nerr:\n" << exit.err;
+}
+
+TEST(ExportClasses, ServerKilledMidRunLeavesEveryClassWholeOrAbsent) {
+    SKIP_WITHOUT_PROGRAMS();
+    constexpr int kClasses = 300;
+    TempDir dir("e2e-kill-tavro");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(WriteModel(dir, "Bulk", kClasses)));
+
+    auto cli = StartCli(dir, {"export", "--all"}, CliEnvironment(tavro, rose));
+    ASSERT_TRUE(cli->WaitForOutput(
+        [](const std::string& out) { return CountOf(out, "New Class Created") >= 3; }, 60s))
+        << cli->Out() << cli->Err();
+    tavro.Kill();
+    Exit exit = cli->Wait(120s);
+    ExpectNoSignal(exit);
+    EXPECT_EQ(exit.status, 1) << exit.err;
+
+    // Every row reached an outcome; those after the kill failed and say why.
+    std::size_t created = CountOf(exit.out, "New Class Created");
+    std::size_t failed = 0;
+    for (const std::string& line : Lines(exit.out)) {
+        if (line.find(": Failed") == std::string::npos) continue;
+        ++failed;
+        EXPECT_NE(line.find(": Failed ("), std::string::npos) << "no description: " << line;
+    }
+    EXPECT_LT(created, static_cast<std::size_t>(kClasses)) << "the run ended before the kill";
+    EXPECT_EQ(created + failed, static_cast<std::size_t>(kClasses)) << exit.out;
+    EXPECT_NE(exit.out.find("Export complete"), std::string::npos);
+
+    // After a restart every class is there whole or not at all, and every class reported
+    // created is there.
+    ASSERT_TRUE(tavro.Start());
+    ServerState state = Inspect(tavro, "Bulk", kClasses);
+    EXPECT_TRUE(state.broken.empty()) << "half-written: " << state.broken.front();
+    EXPECT_GE(static_cast<std::size_t>(state.present), created);
+    EXPECT_LE(static_cast<std::size_t>(state.present), created + 1);
+    RecordProperty("created_before_kill", static_cast<int>(created));
+
+    // The restarted server takes the rest.
+    Exit rest = e2e::Run(dir, {"corvansil-cli", "export", "--all", "--keep-existing"},
+                         CliEnvironment(tavro, rose), "", 120s);
+    ExpectNoSignal(rest);
+    EXPECT_EQ(rest.status, 0) << rest.out << rest.err;
+    state = Inspect(tavro, "Bulk", kClasses);
+    EXPECT_EQ(state.present, kClasses);
+    EXPECT_TRUE(state.broken.empty());
+}
+
+TEST(ImportClasses, ModellingToolKilledMidRunIsReportedWithoutACrash) {
+    SKIP_WITHOUT_PROGRAMS();
+    constexpr int kClasses = 300;
+    TempDir dir("e2e-kill-rose");
+    TavroServer tavro(dir);
+    StoreClasses(tavro, "Bulk", kClasses);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(""));
+
+    auto cli = StartCli(dir, {"import", "--all"}, CliEnvironment(tavro, rose));
+    ASSERT_TRUE(cli->WaitForOutput(
+        [](const std::string& out) { return out.find("Importing") != std::string::npos; }, 60s))
+        << cli->Out() << cli->Err();
+    rose.Kill();
+    Exit exit = cli->Wait(120s);
+    ExpectNoSignal(exit);
+    EXPECT_NE(exit.status, 0) << exit.out;
+    EXPECT_LT(CountOf(exit.out, "New Class Created"), static_cast<std::size_t>(kClasses))
+        << "the run ended before the kill";
+    EXPECT_FALSE(exit.err.empty()) << "the failure is not reported\n" << exit.out;
+    RecordProperty("cli_stderr", exit.err.substr(0, 200));
+}
+
+TEST(ExportClasses, TwoRunsIntoOneServerAtOnceBothComplete) {
+    SKIP_WITHOUT_PROGRAMS();
+    constexpr int kClasses = 100;
+    TempDir dir("e2e-two-exports");
+    TavroServer tavro(dir);
+    RoseHost alpha(dir, "alpha.sock");
+    RoseHost beta(dir, "beta.sock");
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(alpha.Start(WriteModel(dir, "Alpha", kClasses)));
+    ASSERT_TRUE(beta.Start(WriteModel(dir, "Beta", kClasses)));
+
+    auto first = StartCli(dir, {"export", "--all"}, CliEnvironment(tavro, alpha));
+    auto second = StartCli(dir, {"export", "--all"}, CliEnvironment(tavro, beta));
+    Exit exits[] = {first->Wait(120s), second->Wait(120s)};
+    for (const Exit& exit : exits) {
+        ExpectNoSignal(exit);
+        EXPECT_EQ(exit.status, 0) << exit.out << exit.err;
+        EXPECT_EQ(CountOf(exit.out, "New Class Created"), static_cast<std::size_t>(kClasses));
+    }
+    for (const char* category : {"Alpha", "Beta"}) {
+        SCOPED_TRACE(category);
+        ServerState state = Inspect(tavro, category, kClasses);
+        EXPECT_EQ(state.present, kClasses);
+        EXPECT_TRUE(state.broken.empty());
+    }
+}
+
+TEST(ConnectToServer, WrongPasswordEndsTheRunNamingTheServer) {
+    SKIP_WITHOUT_PROGRAMS();
+    TempDir dir("e2e-password");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(WriteModel(dir, "Shop", 2)));
+
+    Exit exit = e2e::Run(dir, {"corvansil-cli", "export", "--all"},
+                         CliEnvironment(tavro, rose, "dev", "not-the-password"));
+    ExpectNoSignal(exit);
+    EXPECT_EQ(exit.status, 2);
+    EXPECT_NE(exit.err.find(tavro.Connection()), std::string::npos) << exit.err;
+    EXPECT_EQ(Inspect(tavro, "Shop", 2).present, 0);
+}
+
+TEST(ExportClass, UserWithoutDevelopmentIsRefusedByTheServer) {
+    SKIP_WITHOUT_PROGRAMS();
+    TempDir dir("e2e-viewer");
+    TavroServer tavro(dir, /*withViewer=*/true);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(WriteModel(dir, "Shop", 2)));
+
+    Exit exit = e2e::Run(dir, {"corvansil-cli", "export", "--all"},
+                         CliEnvironment(tavro, rose, "viewer"));
+    ExpectNoSignal(exit);
+    // The add-in asks for the permission when it connects and stops before the first class.
+    EXPECT_EQ(exit.status, 2);
+    EXPECT_NE(exit.err.find("No 'Development' Security Permission"), std::string::npos)
+        << exit.out << exit.err;
+    EXPECT_EQ(Inspect(tavro, "Shop", 2).present, 0);
+}
+
+}  // namespace
