@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <pugixml.hpp>
 #include <set>
@@ -159,7 +160,9 @@ XmlParseResult ParseClassXml(std::string_view text) {
     pugi::xml_parse_result parsed =
         doc.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
     if (!parsed) {
-        result.offset = static_cast<std::size_t>(parsed.offset);
+        // pugixml may report one byte past the end for a tag cut off inside an attribute.
+        result.offset = parsed.offset < 0 ? 0 : static_cast<std::size_t>(parsed.offset);
+        result.offset = std::min(result.offset, text.size());
         result.message = std::string("malformed XML: ") + parsed.description();
         return result;
     }
