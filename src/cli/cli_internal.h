@@ -19,8 +19,9 @@ std::vector<Member> ServerMembers(const automation::ObjectRef& classDef);
 // Null when no member of that name is in `members` (names compare with letter case ignored,
 // as the server compares member names).
 const Member* FindMember(const std::vector<Member>& members, const std::string& name);
-// True when both sides name the same type once both are fully qualified.
-bool SameType(const std::string& a, const std::string& b);
+// True when both sides name the same type once both are fully qualified, a name without a
+// package being taken as one of `package` (the package of the class that has the member).
+bool SameType(const std::string& a, const std::string& b, const std::string& package);
 // Closes a definition opened for reading; errors are of no interest then.
 void CloseDefinition(const automation::ObjectRef& classDef);
 

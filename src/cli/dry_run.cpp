@@ -18,7 +18,9 @@ constexpr const char* kFailed = "failed";
 // The members of the class as the written side holds them after the run (`incoming`) set
 // against what it holds now (`present`): added, changed, dropped or unchanged.
 std::vector<Member> CompareMembers(const std::vector<Member>& incoming,
-                                   const std::vector<Member>& present) {
+                                   const std::vector<Member>& present,
+                                   const std::string& className) {
+    const std::string package = naming::PackageOfClassName(className);
     std::vector<Member> result;
     for (const Member& member : incoming) {
         Member entry = member;
@@ -26,7 +28,7 @@ std::vector<Member> CompareMembers(const std::vector<Member>& incoming,
         bool typed = member.kind != "relationship" && there && there->kind != "relationship";
         if (!there) {
             entry.outcome = "added";
-        } else if (typed && !SameType(member.type, there->type)) {
+        } else if (typed && !SameType(member.type, there->type, package)) {
             entry.outcome = "changed";
             entry.type = there->type + " -> " + member.type;
         } else {
@@ -50,7 +52,9 @@ const char* OutcomeOfExisting(window::TransferWindow& form) {
 ClassOutcome ExportOutcome(window::TransferWindow& form, std::int16_t i) {
     ClassOutcome outcome;
     outcome.name = form.lstSelectedClasses().List(i);
-    if (!server::ClassDefinitionExists(outcome.name)) {
+    // The export writes a class under its qualified name ("Customer" is "User.Customer").
+    const std::string serverName = naming::QualifyClassName(outcome.name);
+    if (!server::ClassDefinitionExists(serverName)) {
         outcome.outcome = kCreated;
         return outcome;
     }
@@ -63,9 +67,9 @@ ClassOutcome ExportOutcome(window::TransferWindow& form, std::int16_t i) {
             outcome.detail = "the class is no longer in the model";
             return outcome;
         }
-        automation::ObjectRef definition = server::OpenClassDefinition(outcome.name);
+        automation::ObjectRef definition = server::OpenClassDefinition(serverName);
         if (!definition) return outcome;
-        outcome.members = CompareMembers(ModelMembers(roseClass), ServerMembers(definition));
+        outcome.members = CompareMembers(ModelMembers(roseClass), ServerMembers(definition), serverName);
         CloseDefinition(definition);
     } catch (const automation::AutomationError& e) {
         outcome.detail = "members not compared: " + e.Description();
@@ -88,7 +92,7 @@ ClassOutcome ImportOutcome(window::TransferWindow& form, std::int16_t i) {
             outcome.outcome = kCreated;
         } else {
             outcome.outcome = OutcomeOfExisting(form);
-            outcome.members = CompareMembers(ServerMembers(definition), ModelMembers(roseClass));
+            outcome.members = CompareMembers(ServerMembers(definition), ModelMembers(roseClass), outcome.name);
         }
     } catch (const automation::AutomationError& e) {
         outcome.detail = "members not compared: " + e.Description();

@@ -94,9 +94,12 @@ const Member* FindMember(const std::vector<Member>& members, const std::string& 
     return nullptr;
 }
 
-bool SameType(const std::string& a, const std::string& b) {
+bool SameType(const std::string& a, const std::string& b, const std::string& package) {
     if (a.empty() || b.empty()) return a.empty() && b.empty();
-    return EqualNoCase(naming::QualifyClassName(a), naming::QualifyClassName(b));
+    auto full = [&package](const std::string& type) {
+        return naming::QualifyClassName(naming::QualifyInPackage(type, package));
+    };
+    return EqualNoCase(full(a), full(b));
 }
 
 void CloseDefinition(const automation::ObjectRef& classDef) {

@@ -49,7 +49,8 @@ bool WroteTheClass(const std::string& outcome) {
 // model's others were skipped.
 std::vector<Member> ExportedMembers(const std::string& name, const std::string& key) {
     std::vector<Member> members;
-    automation::ObjectRef definition = server::OpenClassDefinition(name);
+    automation::ObjectRef definition =
+        server::OpenClassDefinition(naming::QualifyClassName(name));
     if (!definition) return members;
     members = ServerMembers(definition);
     CloseDefinition(definition);

@@ -1,0 +1,140 @@
+#include "cli_world.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "automation/automation.h"
+#include "hosts/rose/host/host.h"
+#include "hosts/rose/petal/petal.h"
+#include "hosts/tavro/objects/objects.h"
+#include "install/vocabulary.h"
+#include "model/rose.h"
+#include "platform/objects.h"
+#include "platform/platform.h"
+#include "platform/tavro_factory.h"
+#include "server/server.h"
+
+namespace cli_test {
+
+namespace {
+
+constexpr const char* kUser = "dev";
+constexpr const char* kPassword = "secret";
+
+// The defaults an installed add-in declares, as the modelling tool loads them.
+void DeclareDefaults(rosehost::Model& model) {
+    for (const install::PropertySet& set : install::kPropertySets) {
+        rosehost::PropertySet declared{set.tool, set.name, {}};
+        for (const install::PropertyDef& property : set.properties) {
+            declared.entries.emplace_back(property.name, property.defaultValue);
+        }
+        rosehost::AddPropertySet(model, std::move(declared));
+    }
+}
+
+void ForgetConnections() {
+    server::ServerFactory = nullptr;
+    server::ServerNamespace.clear();
+    server::ServerClassTypes.Clear();
+    rose::RoseApp = nullptr;
+}
+
+}  // namespace
+
+CliWorld::CliWorld() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "cli-test-XXXXXX").string();
+    dataDir = mkdtemp(pattern.data());
+    tavro::InitStore(dataDir, kUser, kPassword, tavro::HashCost::Minimal);
+    ForgetConnections();
+
+    platform::ResetUi();
+    platform::ResetObjects();
+    platform::ResetTavro();
+    std::string dir = dataDir;
+    platform::Tavro().connectRoot = [dir](const std::string&) {
+        return tavro::NewLoginObject(dir);
+    };
+    platform::InstallTavroFactory();
+    platform::Objects().getActiveObject = [this](const std::string& progId) {
+        if (progId != "Rose.Application" || !roseRunning_ || !host) {
+            throw automation::AutomationError("ActiveX component can't create object");
+        }
+        return rosehost::ApplicationObject(host);
+    };
+    ::setenv("TAVRO_CONNECTION", "127.0.0.1:48100:USER", 1);
+    ::setenv("TAVRO_USER", kUser, 1);
+    ::setenv("TAVRO_PASSWORD", kPassword, 1);
+    ::setenv("CORVANSIL_ROSE_SOCKET", "/nonexistent/rose.sock", 1);
+    ServeEmptyModel();
+}
+
+CliWorld::~CliWorld() {
+    ForgetConnections();
+    platform::ResetUi();
+    platform::ResetObjects();
+    platform::ResetTavro();
+    std::error_code ignored;
+    std::filesystem::remove_all(dataDir, ignored);
+}
+
+bool CliWorld::ServeShop() {
+    petal::Document document;
+    if (!document.Load(std::string(CORVANSIL_SOURCE_DIR) + "/examples/shop.mdl").ok) return false;
+    model = rosehost::LoadModel(document);
+    DeclareDefaults(*model);
+    rosehost::SetModel(*host, model);
+    return true;
+}
+
+void CliWorld::ServeEmptyModel() {
+    model = rosehost::NewModel("");
+    DeclareDefaults(*model);
+    // A second modelling tool, as a second rose-host would be.
+    host = rosehost::NewHost(model);
+}
+
+int CliWorld::Run(const std::vector<std::string>& args) {
+    cli::ParseResult parsed = cli::ParseArguments(args);
+    if (!parsed.ok) {
+        err = parsed.message;
+        return cli::kExitUnreachable;
+    }
+    // Each run is a new process: no connection is left from the one before.
+    ForgetConnections();
+    std::ostringstream outStream;
+    std::ostringstream errStream;
+    int status = cli::RunCommand(parsed.options, outStream, errStream, /*live=*/false);
+    out = outStream.str();
+    err = errStream.str();
+    return status;
+}
+
+std::shared_ptr<rosehost::Class> CliWorld::FindClass(const std::string& name) const {
+    for (const auto& cls : rosehost::AllClasses(*model)) {
+        if (cls->name == name) return cls;
+    }
+    return nullptr;
+}
+
+bool CliWorld::Load(const std::string& className, tavro::ClassDef& def) const {
+    auto store = tavro::OpenStore(dataDir);
+    def = tavro::ClassDef{};
+    return tavro::LoadClass(*store, "USER", className, def);
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> LinesStartingWith(const std::string& text, const std::string& prefix) {
+    std::vector<std::string> lines;
+    for (const std::string& line : Lines(text)) {
+        if (line.rfind(prefix, 0) == 0) lines.push_back(line);
+    }
+    return lines;
+}
+
+}  // namespace cli_test

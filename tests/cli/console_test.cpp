@@ -1,0 +1,128 @@
+// The console window's lines and the JSON report.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "cli/cli.h"
+
+namespace {
+
+TEST(FormatRow, MarksThePictureAndJoinsNameAndStatus) {
+    struct Case {
+        window::LogRow row;
+        const char* line;
+        bool final;
+    };
+    const Case cases[] = {
+        {{window::kIconDone, "Shop.Customer", "New Class Created"},
+         "done   Shop.Customer: New Class Created", true},
+        {{window::kIconFailed, "Shop.Order.Order", "Failed (Type mismatch)"},
+         "FAILED Shop.Order.Order: Failed (Type mismatch)", true},
+        {{window::kIconInProgress, "Shop.Product", "Processing ..."},
+         "...    Shop.Product: Processing ...", false},
+        {{window::kIconNone, "Shop.Product", ""}, "       Shop.Product:", false},
+        {{window::kIconDone, "", "Rose Diagrams Updated"}, "done   Rose Diagrams Updated", true},
+        {{window::kIconInProgress, "%Library.String", ""}, "...    %Library.String:", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        EXPECT_EQ(cli::FormatRow(c.row), c.line);
+        EXPECT_EQ(cli::IsFinalRow(c.row), c.final);
+    }
+}
+
+// The log calls an export makes for two classes, the second one failing.
+void DriveTwoClasses(window::TransferWindow& form) {
+    form.StatusMessage("Exporting ...");
+    form.AddLogMsg("A", "", "", window::kIconNone, true);
+    form.AddLogMsg("B", "", "", window::kIconNone, true);
+    form.UpdateLogMsg(1, "A", "Processing ...", "", window::kIconInProgress, true);
+    form.UpdateLogMsg(1, "A", "New Class Created", "", window::kIconDone, true);
+    form.UpdateLogMsg(1, "A", "New Class Created", "", window::kIconDone, true);
+    form.UpdateLogMsg(2, "B", "Processing ...", "", window::kIconInProgress, true);
+    form.UpdateLogMsg(2, "B", "Failed", "Type mismatch", window::kIconFailed, true);
+    form.StatusMessage("Export complete");
+}
+
+TEST(ConsoleWindow, PrintsOneLinePerOutcomeWithoutATerminal) {
+    std::ostringstream out;
+    cli::ConsoleWindow form(out, /*live=*/false);
+    DriveTwoClasses(form);
+    form.Finish();
+    EXPECT_EQ(out.str(),
+              "-- Exporting ...\n"
+              "done   A: New Class Created\n"
+              "FAILED B: Failed (Type mismatch)\n"
+              "-- Export complete\n");
+    EXPECT_TRUE(form.AnyFailed());
+}
+
+TEST(ConsoleWindow, KeepsALiveLineOnATerminal) {
+    std::ostringstream out;
+    cli::ConsoleWindow form(out, /*live=*/true);
+    DriveTwoClasses(form);
+    form.Finish();
+    const std::string clear = "\r\033[K";
+    EXPECT_EQ(out.str(), "-- Exporting ...\n"
+                         "[1/1]        A:" + clear +
+                             "[2/2]        B:" + clear +
+                             "[1/2] ...    A: Processing ..." + clear +
+                             "done   A: New Class Created\n"
+                             "[2/2] ...    B: Processing ..." + clear +
+                             "FAILED B: Failed (Type mismatch)\n"
+                             "-- Export complete\n");
+}
+
+TEST(ConsoleWindow, ARowThatChangesOutcomePrintsAgain) {
+    // An import row shows the first pass's outcome, then the second pass's.
+    std::ostringstream out;
+    cli::ConsoleWindow form(out, /*live=*/false);
+    form.AddLogMsg("A", "", "", window::kIconNone, true);
+    form.UpdateLogMsg(1, "A", "New Class Initialized", "", window::kIconDone, true);
+    form.UpdateLogMsg(1, "A", "Processing ...", "", window::kIconInProgress, true);
+    form.UpdateLogMsg(1, "A", "New Class Created", "", window::kIconDone, true);
+    EXPECT_EQ(out.str(), "done   A: New Class Initialized\ndone   A: New Class Created\n");
+    EXPECT_FALSE(form.AnyFailed());
+}
+
+TEST(ConsoleWindow, AClearedLogPrintsItsNewRows) {
+    std::ostringstream out;
+    cli::ConsoleWindow form(out, /*live=*/false);
+    form.AddLogMsg("A", "Done", "", window::kIconDone, false);
+    form.ClearLog();
+    form.AddLogMsg("A", "Done", "", window::kIconDone, false);
+    EXPECT_EQ(out.str(), "done   A: Done\ndone   A: Done\n");
+}
+
+TEST(ReportJson, WritesEveryClassAndMember) {
+    std::vector<cli::ClassOutcome> classes = {
+        {"Shop.Customer", "Existing Class Replaced", "1 Invalid Property Skipped.",
+         {{"name", "property", "%Library.String", "exported"},
+          {"orders", "relationship", "", "exported"},
+          {"bad", "property", "", "skipped"}}},
+        {"Shop.\"Q\"", "Failed", "a\\b\tc", {}},
+    };
+    EXPECT_EQ(cli::ReportJson("export", classes, "Export complete"),
+              "{\n"
+              "  \"command\": \"export\",\n"
+              "  \"classes\": [\n"
+              "    {\"name\": \"Shop.Customer\", \"outcome\": \"Existing Class Replaced\", "
+              "\"detail\": \"1 Invalid Property Skipped.\", \"members\": [\n"
+              "      {\"name\": \"name\", \"kind\": \"property\", \"outcome\": \"exported\"},\n"
+              "      {\"name\": \"orders\", \"kind\": \"relationship\", \"outcome\": "
+              "\"exported\"},\n"
+              "      {\"name\": \"bad\", \"kind\": \"property\", \"outcome\": \"skipped\"}\n"
+              "    ]},\n"
+              "    {\"name\": \"Shop.\\\"Q\\\"\", \"outcome\": \"Failed\", \"detail\": "
+              "\"a\\\\b\\u0009c\", \"members\": []}\n"
+              "  ],\n"
+              "  \"status\": \"Export complete\"\n"
+              "}\n");
+}
+
+TEST(ReportJson, AnEmptyRunIsStillADocument) {
+    EXPECT_EQ(cli::ReportJson("system", {}, "Done"),
+              "{\n  \"command\": \"system\",\n  \"classes\": [],\n  \"status\": \"Done\"\n}\n");
+}
+
+}  // namespace
