@@ -1,7 +1,7 @@
 // The command line: one command word, then options and class names or patterns.
-#include "cli/cli.h"
-
 #include <sstream>
+
+#include "cli/cli.h"
 
 namespace cli {
 

@@ -14,9 +14,9 @@
 namespace cli {
 
 // Exit statuses.
-inline constexpr int kExitOk = 0;          // every class went through
-inline constexpr int kExitFailed = 1;      // a class failed, or a run stopped on an error
-inline constexpr int kExitUnreachable = 2; // bad usage, or a side that could not be reached
+inline constexpr int kExitOk = 0;           // every class went through
+inline constexpr int kExitFailed = 1;       // a class failed, or a run stopped on an error
+inline constexpr int kExitUnreachable = 2;  // bad usage, or a side that could not be reached
 
 enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
 
@@ -31,7 +31,7 @@ struct Options {
     bool includeSystem = false;
     bool dryRun = false;
     std::string reportFile;
-    std::string server;        // HOST:PORT:NAMESPACE
+    std::string server;  // HOST:PORT:NAMESPACE
     std::string user;
     std::string passwordFile;  // "-" reads standard input
     std::string roseSocket;

@@ -1,9 +1,9 @@
 // The console's transfer window: the selection taken from the arguments, and the log rows and
 // status texts printed as they change.
-#include "cli/cli.h"
-
 #include <algorithm>
 #include <ostream>
+
+#include "cli/cli.h"
 
 namespace cli {
 
@@ -149,9 +149,8 @@ void ConsoleWindow::Finish() {
 }
 
 bool ConsoleWindow::AnyFailed() const {
-    return std::any_of(Rows().begin(), Rows().end(), [](const window::LogRow& row) {
-        return row.status.rfind(kFailed, 0) == 0;
-    });
+    return std::any_of(Rows().begin(), Rows().end(),
+                       [](const window::LogRow& row) { return row.status.rfind(kFailed, 0) == 0; });
 }
 
 }  // namespace cli

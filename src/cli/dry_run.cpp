@@ -69,7 +69,8 @@ ClassOutcome ExportOutcome(window::TransferWindow& form, std::int16_t i) {
         }
         automation::ObjectRef definition = server::OpenClassDefinition(serverName);
         if (!definition) return outcome;
-        outcome.members = CompareMembers(ModelMembers(roseClass), ServerMembers(definition), serverName);
+        outcome.members =
+            CompareMembers(ModelMembers(roseClass), ServerMembers(definition), serverName);
         CloseDefinition(definition);
     } catch (const automation::AutomationError& e) {
         outcome.detail = "members not compared: " + e.Description();
@@ -92,7 +93,8 @@ ClassOutcome ImportOutcome(window::TransferWindow& form, std::int16_t i) {
             outcome.outcome = kCreated;
         } else {
             outcome.outcome = OutcomeOfExisting(form);
-            outcome.members = CompareMembers(ServerMembers(definition), ModelMembers(roseClass), outcome.name);
+            outcome.members =
+                CompareMembers(ServerMembers(definition), ModelMembers(roseClass), outcome.name);
         }
     } catch (const automation::AutomationError& e) {
         outcome.detail = "members not compared: " + e.Description();

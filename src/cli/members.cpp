@@ -1,12 +1,12 @@
-#include "cli/cli_internal.h"
+#include "server/members.h"
 
 #include <algorithm>
 #include <cctype>
 
+#include "cli/cli_internal.h"
 #include "export/export.h"
 #include "model/rose.h"
 #include "naming/naming.h"
-#include "server/members.h"
 
 namespace cli {
 

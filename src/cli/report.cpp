@@ -49,8 +49,7 @@ bool WroteTheClass(const std::string& outcome) {
 // model's others were skipped.
 std::vector<Member> ExportedMembers(const std::string& name, const std::string& key) {
     std::vector<Member> members;
-    automation::ObjectRef definition =
-        server::OpenClassDefinition(naming::QualifyClassName(name));
+    automation::ObjectRef definition = server::OpenClassDefinition(naming::QualifyClassName(name));
     if (!definition) return members;
     members = ServerMembers(definition);
     CloseDefinition(definition);

@@ -135,9 +135,8 @@ bool WriteReport(const Options& options, const std::string& json, std::ostream& 
 // The end of a transfer run: the report, then the status.
 int Finish(const Options& options, ConsoleWindow& form, std::ostream& err) {
     form.SetCloseCaption("Close");
-    std::string json =
-        ReportJson(CommandWord(options.command), CollectOutcomes(options.command, form),
-                   form.Status());
+    std::string json = ReportJson(CommandWord(options.command),
+                                  CollectOutcomes(options.command, form), form.Status());
     if (!WriteReport(options, json, err)) return kExitUnreachable;
     return form.AnyFailed() ? kExitFailed : kExitOk;
 }
@@ -149,8 +148,7 @@ int FinishDryRun(const Options& options, const std::vector<ClassOutcome>& classe
     return WriteReport(options, json, err) ? kExitOk : kExitUnreachable;
 }
 
-int RunExport(const Options& options, ConsoleWindow& form, std::ostream& out,
-              std::ostream& err) {
+int RunExport(const Options& options, ConsoleWindow& form, std::ostream& out, std::ostream& err) {
     if (!rose::ConnectToRose()) return Unreachable(err, Side::Rose);
     model::LoadRoseClassList(form.lstAvailableClasses(), form.lstSelectedClasses(),
                              form.lstAvailableClassIDs(), form.lstSelectedClassIDs());
@@ -170,8 +168,7 @@ int RunExport(const Options& options, ConsoleWindow& form, std::ostream& out,
     return Finish(options, form, err);
 }
 
-int RunImport(const Options& options, ConsoleWindow& form, std::ostream& out,
-              std::ostream& err) {
+int RunImport(const Options& options, ConsoleWindow& form, std::ostream& out, std::ostream& err) {
     if (!server::ConnectToServer(server::ServerNamespace)) return Unreachable(err, Side::Tavro);
     server::LoadTavroClassList();
     if (int status = Select(form, options, "server", err)) return status;

@@ -15,11 +15,14 @@ TEST(FormatRow, MarksThePictureAndJoinsNameAndStatus) {
     };
     const Case cases[] = {
         {{window::kIconDone, "Shop.Customer", "New Class Created"},
-         "done   Shop.Customer: New Class Created", true},
+         "done   Shop.Customer: New Class Created",
+         true},
         {{window::kIconFailed, "Shop.Order.Order", "Failed (Type mismatch)"},
-         "FAILED Shop.Order.Order: Failed (Type mismatch)", true},
+         "FAILED Shop.Order.Order: Failed (Type mismatch)",
+         true},
         {{window::kIconInProgress, "Shop.Product", "Processing ..."},
-         "...    Shop.Product: Processing ...", false},
+         "...    Shop.Product: Processing ...",
+         false},
         {{window::kIconNone, "Shop.Product", ""}, "       Shop.Product:", false},
         {{window::kIconDone, "", "Rose Diagrams Updated"}, "done   Rose Diagrams Updated", true},
         {{window::kIconInProgress, "%Library.String", ""}, "...    %Library.String:", false},
@@ -63,14 +66,15 @@ TEST(ConsoleWindow, KeepsALiveLineOnATerminal) {
     DriveTwoClasses(form);
     form.Finish();
     const std::string clear = "\r\033[K";
-    EXPECT_EQ(out.str(), "-- Exporting ...\n"
-                         "[1/1]        A:" + clear +
-                             "[2/2]        B:" + clear +
-                             "[1/2] ...    A: Processing ..." + clear +
-                             "done   A: New Class Created\n"
-                             "[2/2] ...    B: Processing ..." + clear +
-                             "FAILED B: Failed (Type mismatch)\n"
-                             "-- Export complete\n");
+    EXPECT_EQ(out.str(),
+              "-- Exporting ...\n"
+              "[1/1]        A:" +
+                  clear + "[2/2]        B:" + clear + "[1/2] ...    A: Processing ..." + clear +
+                  "done   A: New Class Created\n"
+                  "[2/2] ...    B: Processing ..." +
+                  clear +
+                  "FAILED B: Failed (Type mismatch)\n"
+                  "-- Export complete\n");
 }
 
 TEST(ConsoleWindow, ARowThatChangesOutcomePrintsAgain) {
@@ -96,7 +100,9 @@ TEST(ConsoleWindow, AClearedLogPrintsItsNewRows) {
 
 TEST(ReportJson, WritesEveryClassAndMember) {
     std::vector<cli::ClassOutcome> classes = {
-        {"Shop.Customer", "Existing Class Replaced", "1 Invalid Property Skipped.",
+        {"Shop.Customer",
+         "Existing Class Replaced",
+         "1 Invalid Property Skipped.",
          {{"name", "property", "%Library.String", "exported"},
           {"orders", "relationship", "", "exported"},
           {"bad", "property", "", "skipped"}}},

@@ -172,8 +172,7 @@ TEST(RunCommand, DryRunImportLeavesTheModelAlone) {
     world.FindClass("OrderLine")->attributes.clear();
     std::string shown = rosehost::ShowModel(*world.model);
 
-    EXPECT_EQ(world.Run({"import", "Shop.Order.Order*", "--dry-run"}), cli::kExitOk)
-        << world.err;
+    EXPECT_EQ(world.Run({"import", "Shop.Order.Order*", "--dry-run"}), cli::kExitOk) << world.err;
 
     EXPECT_EQ(LinesStartingWith(world.out, "would"),
               (std::vector<std::string>{"would be replaced: Shop.Order.Order",
@@ -194,15 +193,25 @@ TEST(RunCommand, ExitStatusTwoNamesWhatIsWrong) {
         const char* message;
     };
     const Case cases[] = {
-        {"modelling tool not running", {"export", "--all"}, false,
+        {"modelling tool not running",
+         {"export", "--all"},
+         false,
          "corvansil-cli: cannot reach rose-host at /nonexistent/rose.sock\n"},
-        {"modelling tool gone before an import", {"import", "--all"}, false,
+        {"modelling tool gone before an import",
+         {"import", "--all"},
+         false,
          "corvansil-cli: cannot reach rose-host at /nonexistent/rose.sock\n"},
-        {"wrong password", {"export", "--all", "--password-file", "/dev/null"}, true,
+        {"wrong password",
+         {"export", "--all", "--password-file", "/dev/null"},
+         true,
          "corvansil-cli: cannot reach the Tavro server at 127.0.0.1:48100:USER\n"},
-        {"unreadable password file", {"export", "--all", "--password-file", "/nonexistent"},
-         true, "corvansil-cli: cannot read the password file /nonexistent\n"},
-        {"pattern naming nothing", {"export", "Shop.Product", "Web.*"}, true,
+        {"unreadable password file",
+         {"export", "--all", "--password-file", "/nonexistent"},
+         true,
+         "corvansil-cli: cannot read the password file /nonexistent\n"},
+        {"pattern naming nothing",
+         {"export", "Shop.Product", "Web.*"},
+         true,
          "corvansil-cli: no class of the model matches 'Web.*'\n"},
     };
     for (const Case& c : cases) {
