@@ -38,6 +38,11 @@ struct ClientOptions {
 // The connection closes when the last proxy obtained through it is dropped.
 ObjectRef Connect(const std::string& address, const ClientOptions& options = {});
 
+// Requests sent to servers by this process, over all connections, since it started; and how
+// many of them the caller waited for (a round trip each). For measuring how chatty a run is.
+std::uint64_t CallCount();
+std::uint64_t WaitCount();
+
 // Who is on the other end of a server connection.
 struct ConnectionInfo {
     std::uint64_t id = 0;  // unique per server, counting from 1

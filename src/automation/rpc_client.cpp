@@ -17,6 +17,9 @@ namespace {
 
 using detail::Clock;
 
+std::atomic<std::uint64_t> gCalls{0};
+std::atomic<std::uint64_t> gWaits{0};
+
 class Proxy;
 
 class Connection : public std::enable_shared_from_this<Connection> {
@@ -290,6 +293,8 @@ Variant Connection::Roundtrip(Message& request) {
         throw AutomationError("the call is too large to send");
     }
     Send(frame);
+    gCalls.fetch_add(1, std::memory_order_relaxed);
+    gWaits.fetch_add(1, std::memory_order_relaxed);
     Message reply = Receive(request.requestId);
     if (reply.type == MessageType::Error) throw AutomationError(reply.text);
     return FromWire(reply.values.front());
@@ -331,6 +336,9 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
 }
 
 }  // namespace
+
+std::uint64_t CallCount() { return gCalls.load(std::memory_order_relaxed); }
+std::uint64_t WaitCount() { return gWaits.load(std::memory_order_relaxed); }
 
 ObjectRef Connect(const std::string& address, const ClientOptions& options) {
     detail::Address parsed;
