@@ -11,11 +11,16 @@ class Writer {
     Writer(LineEnd lineEnd, int charSet, const ObjectSubstitute& substitute)
         : eol_(lineEnd == LineEnd::CrLf ? "\r\n" : "\n"),
           codec_(charSet),
+          headerCodec_(0),
           substitute_(substitute) {}
 
+    // The header is read before its charSet is known, as Windows-1252, so it is written so
+    // too; only the root's text is in the file's code page.
     std::string Finish(const Object& header, const Object& root) {
         out_ += eol_;
+        text_ = &headerCodec_;
         WriteObject(header, 0);
+        text_ = &codec_;
         out_ += eol_;
         out_ += eol_;
         WriteObject(root, 0);
@@ -65,7 +70,7 @@ class Writer {
 
     void WriteQuoted(std::string_view utf8) {
         out_ += '"';
-        for (char c : codec_.Encode(utf8)) {
+        for (char c : text_->Encode(utf8)) {
             if (c == '\\') out_ += '\\';
             out_ += c;
         }
@@ -75,7 +80,7 @@ class Writer {
     // A '|' block ends the current line, gives one '|' line per line of text, and leaves the
     // next line indented as the line the block belongs to.
     void WriteBlock(std::string_view utf8, int depth) {
-        std::string bytes = codec_.Encode(utf8);
+        std::string bytes = text_->Encode(utf8);
         out_ += eol_;
         size_t start = 0;
         while (true) {
@@ -141,6 +146,8 @@ class Writer {
     std::string out_;
     std::string eol_;
     detail::TextCodec codec_;
+    detail::TextCodec headerCodec_;
+    const detail::TextCodec* text_ = &codec_;
     const ObjectSubstitute& substitute_;
 };
 
