@@ -31,7 +31,20 @@ struct ClientOptions {
     // arrive within a few microseconds, and waking a sleeping process costs far more.
     std::chrono::microseconds spin{100};
     std::size_t maxFrameSize = kMaxFrameSize;
+    // Property puts travel without waiting for their replies (they return nothing). A put
+    // that fails stops every call sent after it on the server, unrun, and its error is raised
+    // by the next call that waits, or by Sync: a caller that traps errors calls Sync before
+    // it stops trapping, so that what the model and the server end up holding is what one
+    // call at a time would leave. Also turned on by SetPipelinePuts.
+    bool pipelinePuts = false;
 };
+
+// Makes every connection opened from now on pipeline its property puts.
+void SetPipelinePuts(bool on);
+
+// Waits for the replies of every call sent ahead on `object`'s connection and raises the
+// first error among them. Does nothing for an object of this process.
+void Sync(const ObjectRef& object);
 
 // Connects to the server at `address` and returns its root object for this connection.
 // Raises AutomationError when nothing answers there or the server refuses the connection.

@@ -19,23 +19,31 @@ using detail::Clock;
 
 std::atomic<std::uint64_t> gCalls{0};
 std::atomic<std::uint64_t> gWaits{0};
+std::atomic<bool> gPipelinePuts{false};
+
+// Replies left unread at most; beyond it the client reads them before sending more, so that
+// neither side's buffers grow without bound.
+constexpr std::size_t kMaxAhead = 4096;
 
 class Proxy;
 
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
     Connection(int fd, const ClientOptions& options) : fd_(fd), options_(options) {}
-    ~Connection() { close(fd_); }
+    ~Connection();
 
     ObjectRef Hello();
     Variant Call(std::uint32_t handle, CallKind kind, std::int32_t dispid, std::string_view name,
                  bool byName, const Args& args);
     bool Implements(std::uint32_t handle, std::string_view iid);
+    // Reads the replies of every call sent ahead and raises the first error among them.
+    void Sync();
     // The proxy `who` of `handle` is gone, having received the handle `count` times.
     void Release(std::uint32_t handle, std::uint32_t count, const Proxy* who);
 
   private:
-    Variant Roundtrip(Message& request);
+    Variant Roundtrip(Message& request, bool wait = true);
+    void CollectAhead();
     void Send(const std::string& frame);
     Message Receive(std::uint32_t requestId);
     void ReadMore(Clock::time_point deadline);
@@ -53,6 +61,12 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::string in_;
     std::uint32_t nextId_ = 1;
     std::string broken_;  // why the connection is unusable; "" while it works
+    // Calls sent without waiting: frames not yet written, ids whose replies are unread, and
+    // the first error among the replies read so far, raised at the next call that waits.
+    std::string outbox_;
+    std::vector<std::uint32_t> ahead_;
+    bool aheadFailed_ = false;
+    std::string aheadError_;
 
     struct Entry {
         const Proxy* proxy;
@@ -68,6 +82,8 @@ class Proxy : public Object {
     Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle)
         : connection_(std::move(connection)), handle_(handle) {}
     ~Proxy() override { connection_->Release(handle_, received_.load(), this); }
+
+    const std::shared_ptr<Connection>& Link() const { return connection_; }
 
     Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override {
         return connection_->Call(handle_, kind, dispid, {}, /*byName=*/false, args);
@@ -101,6 +117,18 @@ class Proxy : public Object {
     mutable std::mutex cacheMutex_;
     mutable std::vector<std::pair<std::string, bool>> implements_;
 };
+
+Connection::~Connection() {
+    // Puts still queued go out, as they would have one at a time; nobody is left to hear of
+    // an error.
+    if (!outbox_.empty() && broken_.empty()) {
+        try {
+            Send(outbox_);
+        } catch (const AutomationError&) {
+        }
+    }
+    close(fd_);
+}
 
 void Connection::Break(std::string reason) {
     broken_ = std::move(reason);
@@ -193,7 +221,9 @@ void Connection::Release(std::uint32_t handle, std::uint32_t count, const Proxy*
     // Send now when no call is under way; otherwise the release goes with the next request.
     std::unique_lock lock(call_, std::try_to_lock);
     if (!lock.owns_lock() || !broken_.empty()) return;
-    std::string frame;
+    // Queued calls first: they may use the handles being released.
+    std::string frame = std::move(outbox_);
+    outbox_.clear();
     AppendReleases(frame);
     if (frame.empty()) return;
     try {
@@ -280,24 +310,78 @@ Message Connection::Receive(std::uint32_t requestId) {
     }
 }
 
-Variant Connection::Roundtrip(Message& request) {
+// Reads the replies of the calls sent ahead, in the order they were sent, keeping the first
+// error.
+void Connection::CollectAhead() {
+    if (!outbox_.empty()) {
+        std::string frame = std::move(outbox_);
+        outbox_.clear();
+        Send(frame);
+    }
+    for (std::uint32_t id : ahead_) {
+        Message reply = Receive(id);
+        if (reply.type == MessageType::Error && !aheadFailed_) {
+            aheadFailed_ = true;
+            aheadError_ = std::move(reply.text);
+        }
+    }
+    ahead_.clear();
+}
+
+Variant Connection::Roundtrip(Message& request, bool wait) {
     std::lock_guard lock(call_);
     if (!broken_.empty()) throw AutomationError(broken_);
     request.requestId = nextId_++;
     if (nextId_ == 0) nextId_ = 1;  // 0 marks messages that answer no request
-    std::string frame;
+    request.noWait = !wait;
+    std::string frame = std::move(outbox_);
+    outbox_.clear();
     AppendReleases(frame);
     std::size_t start = frame.size();
     EncodeFrame(request, frame);
     if (frame.size() - start - kLengthSize > options_.maxFrameSize) {
+        outbox_ = frame.substr(0, start);
         throw AutomationError("the call is too large to send");
     }
+    gCalls.fetch_add(1, std::memory_order_relaxed);
+    if (!wait) {
+        outbox_ = std::move(frame);
+        ahead_.push_back(request.requestId);
+        if (outbox_.size() >= 65536 || ahead_.size() >= kMaxAhead) CollectAhead();
+        return {};
+    }
+    Send(frame);
+    gWaits.fetch_add(1, std::memory_order_relaxed);
+    CollectAhead();
+    Message reply = Receive(request.requestId);
+    if (aheadFailed_) {
+        // The server answered this call with the same error without running it.
+        aheadFailed_ = false;
+        throw AutomationError(std::exchange(aheadError_, {}));
+    }
+    if (reply.type == MessageType::Error) throw AutomationError(reply.text);
+    return FromWire(reply.values.front());
+}
+
+void Connection::Sync() {
+    std::lock_guard lock(call_);
+    if (!broken_.empty()) throw AutomationError(broken_);
+    CollectAhead();
+    if (!aheadFailed_) return;
+    aheadFailed_ = false;
+    // The server refuses calls until one is waited for: wait for one that asks nothing.
+    Message end;
+    end.type = MessageType::Implements;
+    end.requestId = nextId_++;
+    if (nextId_ == 0) nextId_ = 1;
+    std::string frame;
+    AppendReleases(frame);
+    EncodeFrame(end, frame);
     Send(frame);
     gCalls.fetch_add(1, std::memory_order_relaxed);
     gWaits.fetch_add(1, std::memory_order_relaxed);
-    Message reply = Receive(request.requestId);
-    if (reply.type == MessageType::Error) throw AutomationError(reply.text);
-    return FromWire(reply.values.front());
+    Receive(end.requestId);
+    throw AutomationError(std::exchange(aheadError_, {}));
 }
 
 ObjectRef Connection::Hello() {
@@ -324,7 +408,7 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     call.text = name;
     call.values.reserve(args.size());
     for (const Variant& arg : args) call.values.push_back(ToWire(arg));
-    return Roundtrip(call);
+    return Roundtrip(call, /*wait=*/!(kind == CallKind::Put && options_.pipelinePuts));
 }
 
 bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
@@ -340,13 +424,22 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
 std::uint64_t CallCount() { return gCalls.load(std::memory_order_relaxed); }
 std::uint64_t WaitCount() { return gWaits.load(std::memory_order_relaxed); }
 
+void SetPipelinePuts(bool on) { gPipelinePuts.store(on); }
+
+void Sync(const ObjectRef& object) {
+    auto* proxy = dynamic_cast<const Proxy*>(object.get());
+    if (proxy != nullptr) proxy->Link()->Sync();
+}
+
 ObjectRef Connect(const std::string& address, const ClientOptions& options) {
     detail::Address parsed;
     std::string error;
     if (!detail::ParseAddress(address, parsed, error)) throw AutomationError(error);
     int fd = detail::ConnectSocket(parsed, options.timeout, error);
     if (fd < 0) throw AutomationError("no automation server answers at " + address + ": " + error);
-    auto connection = std::make_shared<Connection>(fd, options);
+    ClientOptions chosen = options;
+    chosen.pipelinePuts = chosen.pipelinePuts || gPipelinePuts.load();
+    auto connection = std::make_shared<Connection>(fd, chosen);
     return connection->Hello();
 }
 

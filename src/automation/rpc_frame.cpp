@@ -129,13 +129,14 @@ void ReadCall(Reader& r, Message& out) {
     std::uint8_t kind = r.U8();
     std::uint8_t byName = r.U8();
     if (r.status != FrameStatus::Ok) return;
-    if (!IsCallKind(kind) || byName > 1) {
+    if (!IsCallKind(kind) || byName > 3) {
         r.pos -= 2;
         r.Fail(FrameStatus::BadField);
         return;
     }
     out.kind = static_cast<CallKind>(kind);
-    out.byName = byName == 1;
+    out.byName = (byName & 1) != 0;
+    out.noWait = (byName & 2) != 0;
     if (out.byName) {
         out.text = r.Text();
     } else {
@@ -235,7 +236,7 @@ void EncodeFrame(const Message& message, std::string& out) {
         case MessageType::Call:
             PutU32(out, message.handle);
             PutU8(out, static_cast<std::uint8_t>(message.kind));
-            PutU8(out, message.byName ? 1 : 0);
+            PutU8(out, static_cast<std::uint8_t>((message.byName ? 1 : 0) | (message.noWait ? 2 : 0)));
             if (message.byName) {
                 PutText(out, message.text);
             } else {

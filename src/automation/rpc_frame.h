@@ -47,6 +47,10 @@ struct Message {
     std::uint32_t handle = 0;  // Call, Implements, Release: the object addressed
     CallKind kind = CallKind::Method;
     bool byName = false;  // Call: text names the member instead of dispid
+    // Call: the client goes on without waiting for the reply. After such a call fails, the
+    // server answers every later call with the same error, unrun, up to and including the
+    // next call the client waits for.
+    bool noWait = false;
     std::int32_t dispid = 0;
     std::uint32_t count = 0;  // Release: times received; Hello: protocol version
     std::string text;         // member name, interface id, error description or hello magic

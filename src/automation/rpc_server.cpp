@@ -37,6 +37,11 @@ struct Peer {
     std::unordered_map<std::uint32_t, HandleEntry> handles;
     std::unordered_map<const Object*, std::uint32_t> ids;
     std::uint32_t nextHandle = 1;
+    // Set when a call the client did not wait for failed: later calls get this error, unrun,
+    // until the client waits for one, so that nothing runs after a failure the client has
+    // not seen yet.
+    bool batchFailed = false;
+    std::string batchError;
 };
 
 }  // namespace
@@ -197,6 +202,21 @@ Message Dispatch(State& s, Peer& peer, const Message& request) {
     return reply;
 }
 
+// Runs a request unless an earlier call of the same batch failed; a call the client waits for
+// ends the batch.
+Message RunInBatch(State& s, Peer& peer, const Message& request) {
+    Message reply = peer.batchFailed ? ErrorReply(request.requestId, peer.batchError)
+                                     : Dispatch(s, peer, request);
+    if (!request.noWait) {
+        peer.batchFailed = false;
+        peer.batchError.clear();
+    } else if (reply.type == MessageType::Error && !peer.batchFailed) {
+        peer.batchFailed = true;
+        peer.batchError = reply.text;
+    }
+    return reply;
+}
+
 void Answer(State& s, Peer& peer, const Message& reply) {
     std::size_t start = peer.out.size();
     EncodeFrame(reply, peer.out);
@@ -239,7 +259,7 @@ bool ProcessFrames(State& s, Peer& peer) {
             case MessageType::Hello:
             case MessageType::Call:
             case MessageType::Implements:
-                Answer(s, peer, Dispatch(s, peer, request));
+                Answer(s, peer, RunInBatch(s, peer, request));
                 continue;
         }
     }
