@@ -3,7 +3,6 @@
 // command line must end by itself with the right status, never by a signal, and the server
 // must hold every class whole or not at all.
 #include <gtest/gtest.h>
-
 #include <signal.h>
 
 #include <filesystem>
@@ -26,11 +25,11 @@ using namespace std::chrono_literals;
 
 constexpr int kFields = 12;
 
-#define SKIP_WITHOUT_PROGRAMS()                                                        \
-    do {                                                                              \
-        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {    \
+#define SKIP_WITHOUT_PROGRAMS()                                                         \
+    do {                                                                                \
+        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {      \
             if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program; \
-        }                                                                             \
+        }                                                                               \
     } while (false)
 
 std::string ClassName(const std::string& category, int i) {
@@ -65,10 +64,8 @@ void StoreClasses(const TavroServer& tavro, const std::string& category, int cou
         tavro::ClassDef def;
         def.name = ClassName(category, i);
         for (int f = 0; f < kFields; ++f) {
-            def.properties.push_back(tavro::Item{tavro::ItemKind::Property,
-                                                 "field" + std::to_string(f),
-                                                 {{"Type", "%String"}},
-                                                 {}});
+            def.properties.push_back(tavro::Item{
+                tavro::ItemKind::Property, "field" + std::to_string(f), {{"Type", "%String"}}, {}});
         }
         defs.push_back(std::move(def));
     }
@@ -244,14 +241,45 @@ TEST(ExportClass, UserWithoutDevelopmentIsRefusedByTheServer) {
     ASSERT_TRUE(tavro.Start());
     ASSERT_TRUE(rose.Start(WriteModel(dir, "Shop", 2)));
 
-    Exit exit = e2e::Run(dir, {"corvansil-cli", "export", "--all"},
-                         CliEnvironment(tavro, rose, "viewer"));
+    Exit exit =
+        e2e::Run(dir, {"corvansil-cli", "export", "--all"}, CliEnvironment(tavro, rose, "viewer"));
     ExpectNoSignal(exit);
     // The add-in asks for the permission when it connects and stops before the first class.
     EXPECT_EQ(exit.status, 2);
     EXPECT_NE(exit.err.find("No 'Development' Security Permission"), std::string::npos)
         << exit.out << exit.err;
     EXPECT_EQ(Inspect(tavro, "Shop", 2).present, 0);
+}
+
+// The permission taken away while a run is under way: the server itself refuses the classes
+// that follow, and each of those rows says so.
+TEST(ExportClass, PermissionRevokedMidRunIsRefusedByTheServer) {
+    SKIP_WITHOUT_PROGRAMS();
+    constexpr int kClasses = 300;
+    TempDir dir("e2e-revoke");
+    TavroServer tavro(dir, /*withViewer=*/true);
+    ASSERT_EQ(tavro.Command({"user", "grant", "viewer", "Development"}).status, 0);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(WriteModel(dir, "Bulk", kClasses)));
+
+    auto cli = StartCli(dir, {"export", "--all"}, CliEnvironment(tavro, rose, "viewer"));
+    ASSERT_TRUE(cli->WaitForOutput(
+        [](const std::string& out) { return CountOf(out, "New Class Created") >= 3; }, 60s))
+        << cli->Out() << cli->Err();
+    ASSERT_EQ(tavro.Command({"user", "revoke", "viewer", "Development"}).status, 0);
+    Exit exit = cli->Wait(120s);
+    ExpectNoSignal(exit);
+    EXPECT_EQ(exit.status, 1) << exit.err;
+
+    std::size_t created = CountOf(exit.out, "New Class Created");
+    std::size_t refused = CountOf(exit.out, "lacks the 'Development' permission");
+    EXPECT_LT(created, static_cast<std::size_t>(kClasses)) << "the run ended before the revoke";
+    EXPECT_GT(refused, 0U) << exit.out;
+    EXPECT_EQ(created + refused, static_cast<std::size_t>(kClasses)) << exit.out;
+    ServerState state = Inspect(tavro, "Bulk", kClasses);
+    EXPECT_EQ(static_cast<std::size_t>(state.present), created);
+    EXPECT_TRUE(state.broken.empty());
 }
 
 }  // namespace

@@ -51,8 +51,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 }  // namespace
 
 TempDir::TempDir(const std::string& prefix) {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
+    std::string pattern = (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
     char* made = ::mkdtemp(pattern.data());
     if (made == nullptr) throw std::runtime_error("cannot make a temporary directory");
     path_ = made;
@@ -189,8 +188,8 @@ TavroServer::TavroServer(const TempDir& dir, bool withViewer)
     : dir_(dir), dataDir_(dir / "tavro-data") {
     std::string passwordFile = dir / "password";
     WriteFile(passwordFile, std::string(kPassword) + "\n");
-    Exit init = Run(dir, {"tavro-host", "init", dataDir_, "--user", "dev", "--password-file",
-                          passwordFile});
+    Exit init = Run(
+        dir, {"tavro-host", "init", dataDir_, "--user", "dev", "--password-file", passwordFile});
     if (!init.finished || init.status != 0) {
         throw std::runtime_error("tavro-host init failed: " + init.err);
     }
@@ -209,8 +208,10 @@ bool TavroServer::Start() {
         dir_, std::vector<std::string>{"tavro-host", "serve", dataDir_, "--port", port});
     std::string marker = " on tcp:";
     bool up = child_->WaitForOutput(
-        [&](const std::string& out) { return out.find('\n', out.find(marker)) != std::string::npos &&
-                                             out.find(marker) != std::string::npos; },
+        [&](const std::string& out) {
+            return out.find('\n', out.find(marker)) != std::string::npos &&
+                   out.find(marker) != std::string::npos;
+        },
         kStartLimit);
     if (!up) return false;
     std::string out = child_->Out();

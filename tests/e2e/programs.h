@@ -75,8 +75,7 @@ class Child {
 
 // Runs a program to its end.
 Exit Run(const TempDir& dir, const std::vector<std::string>& argv, const Env& env = {},
-         const std::string& input = "",
-         std::chrono::milliseconds limit = std::chrono::seconds(60));
+         const std::string& input = "", std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);

@@ -1,11 +1,12 @@
 // The add-in's runs through the real programs: corvansil-cli between a tavro-host serving a
 // data directory and a rose-host serving a model, checked with the hosts' own commands.
+#include "tests/e2e/programs.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "hosts/tavro/store/store.h"
-#include "tests/e2e/programs.h"
 
 namespace {
 
@@ -24,12 +25,12 @@ const std::string kLibrary = kSamples + "/library.mdl";
 const char* const kLibraryClasses[] = {"library.Book", "library.BookCategory", "library.Library",
                                        "library.Writer"};
 
-#define SKIP_WITHOUT_PROGRAMS_OR_SAMPLE()                                                   \
-    do {                                                                                   \
-        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {         \
-            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program;     \
-        }                                                                                  \
-        if (!std::filesystem::exists(kLibrary)) GTEST_SKIP() << "no sample " << kLibrary;  \
+#define SKIP_WITHOUT_PROGRAMS_OR_SAMPLE()                                                 \
+    do {                                                                                  \
+        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {        \
+            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program;   \
+        }                                                                                 \
+        if (!std::filesystem::exists(kLibrary)) GTEST_SKIP() << "no sample " << kLibrary; \
     } while (false)
 
 Exit Cli(const TempDir& dir, const std::vector<std::string>& args, const e2e::Env& env) {
@@ -101,8 +102,10 @@ TEST(ExportClasses, OnlyTheNamedClassesAreWritten) {
         const char* className;
         int status;
     };
-    const Case cases[] = {{"library.Book", 0}, {"library.BookCategory", 0},
-                          {"library.Writer", 1}, {"library.Library", 1}};
+    const Case cases[] = {{"library.Book", 0},
+                          {"library.BookCategory", 0},
+                          {"library.Writer", 1},
+                          {"library.Library", 1}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.className);
         EXPECT_EQ(tavro.Command({"class", "show", "USER", c.className}).status, c.status);

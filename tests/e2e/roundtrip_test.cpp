@@ -299,14 +299,12 @@ std::string WhyNotCarried(const std::string& name) {
 // Per model class: members the first export did not carry, with the reason. Also counts
 // what it did carry.
 void ReportMembers(const rosehost::Model& model, const std::map<std::string, tavro::ClassDef>& A,
-                   const std::vector<window::LogRow>& rows, Counts& carried,
-                   std::ostream& report) {
+                   const std::vector<window::LogRow>& rows, Counts& carried, std::ostream& report) {
     std::map<std::string, std::string> statusOf;
     for (const window::LogRow& row : rows) statusOf[row.className] = row.status;
     for (const auto& cls : rosehost::AllClasses(model)) {
         std::string path = rosehost::QualifiedName(*cls);
-        std::string name =
-            naming::QualifyClassName(naming::ServerClassNameOfRosePath(path));
+        std::string name = naming::QualifyClassName(naming::ServerClassNameOfRosePath(path));
         auto found = A.find(name);
         if (found == A.end()) {
             report << "  class not carried: " << path << " ("
@@ -341,8 +339,8 @@ void ReportMembers(const rosehost::Model& model, const std::map<std::string, tav
 }
 
 struct Case {
-    const char* file;         // under the samples' mdl folder
-    const char* pluginsPath;  // the folder VABASE_PLUGINS_PATH names, "" for none
+    const char* file;            // under the samples' mdl folder
+    const char* pluginsPath;     // the folder VABASE_PLUGINS_PATH names, "" for none
     std::size_t refusedClasses;  // classes the server refuses for a member's name
 };
 
@@ -365,12 +363,12 @@ TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
 
         std::string pluginsPath = kSamples + "/" + c.pluginsPath;
         petal::Document document;
-        auto loaded = document.Load(
-            kSamples + "/" + c.file,
-            [&](std::string_view symbol) -> std::optional<std::string> {
-                if (symbol == "VABASE_PLUGINS_PATH" && *c.pluginsPath) return pluginsPath;
-                return std::nullopt;
-            });
+        auto loaded = document.Load(kSamples + "/" + c.file,
+                                    [&](std::string_view symbol) -> std::optional<std::string> {
+                                        if (symbol == "VABASE_PLUGINS_PATH" && *c.pluginsPath)
+                                            return pluginsPath;
+                                        return std::nullopt;
+                                    });
         ASSERT_TRUE(loaded.ok) << loaded.message;
         std::shared_ptr<rosehost::Model> source = rosehost::LoadModel(document);
         Counts inModel = CountModel(*source);
@@ -398,15 +396,15 @@ TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
             methods += def.methods.size();
         }
         report << "  model: " << inModel.classes << " classes, " << inModel.attributes
-               << " attributes, " << inModel.operations << " operations, "
-               << inModel.associations << " associations\n"
-               << "  first export: " << A.size() << " classes, " << properties
-               << " properties (" << carried.attributes << " from attributes, "
-               << properties - carried.attributes << " from association roles), " << methods
-               << " methods (" << carried.operations << " from operations)\n"
+               << " attributes, " << inModel.operations << " operations, " << inModel.associations
+               << " associations\n"
+               << "  first export: " << A.size() << " classes, " << properties << " properties ("
+               << carried.attributes << " from attributes, " << properties - carried.attributes
+               << " from association roles), " << methods << " methods (" << carried.operations
+               << " from operations)\n"
                << "  import: " << inImport.classes << " classes, " << inImport.attributes
-               << " attributes, " << inImport.operations << " operations, "
-               << inImport.associations << " associations\n"
+               << " attributes, " << inImport.operations << " operations, " << inImport.associations
+               << " associations\n"
                << "  second export: " << B.size() << " classes\n";
 
         // Every row of the three runs went through.
@@ -418,8 +416,8 @@ TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
         for (const auto* rows : {&first, &imported, &second}) {
             for (const window::LogRow& row : *rows) {
                 if (row.icon != window::kIconFailed) continue;
-                bool memberName = rows == &first &&
-                                  row.status.find("bad Property name") != std::string::npos;
+                bool memberName =
+                    rows == &first && row.status.find("bad Property name") != std::string::npos;
                 EXPECT_TRUE(memberName) << row.className << ": " << row.status;
                 if (memberName) ++refused;
             }
@@ -441,8 +439,8 @@ TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
         }
         for (const KnownDifference& difference : kKnownDifferences) {
             if (known.count(difference.kind) == 0) continue;
-            report << "  known difference (" << known[difference.kind] << "x): "
-                   << difference.kind << " (" << difference.reason << ")\n";
+            report << "  known difference (" << known[difference.kind] << "x): " << difference.kind
+                   << " (" << difference.reason << ")\n";
         }
         std::cout << report.str();
         reportFile << report.str();
