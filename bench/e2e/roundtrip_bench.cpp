@@ -350,7 +350,7 @@ BENCHMARK(BM_RoundTripInProcess)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1);
 
-void BM_RoundTripOverSockets(benchmark::State& state) {
+void RoundTripOverSockets(benchmark::State& state, bool pipelinePuts) {
     int classes = static_cast<int>(state.range(0));
     for (auto _ : state) {
         std::string socket = "unix:/tmp/roundtrip-bench-" + std::to_string(getpid()) + ".sock";
@@ -390,6 +390,7 @@ void BM_RoundTripOverSockets(benchmark::State& state) {
 
         int addinOut = -1;
         pid_t addin = Spawn(addinOut, [&](int out) {
+            automation::rpc::SetPipelinePuts(pipelinePuts);
             AnswerConnection(tavroAddress.substr(4));
             ObjectRef control = automation::rpc::Connect(socket);
             Figures f = Transfer(control, selection);
@@ -409,7 +410,20 @@ void BM_RoundTripOverSockets(benchmark::State& state) {
         Report(state, f, classes);
     }
 }
+
+void BM_RoundTripOverSockets(benchmark::State& state) { RoundTripOverSockets(state, false); }
 BENCHMARK(BM_RoundTripOverSockets)
+    ->Arg(100)
+    ->Arg(1000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
+// The same with property puts sent ahead without waiting for their replies.
+void BM_RoundTripOverSocketsPipelined(benchmark::State& state) {
+    RoundTripOverSockets(state, true);
+}
+BENCHMARK(BM_RoundTripOverSocketsPipelined)
     ->Arg(100)
     ->Arg(1000)
     ->UseManualTime()
