@@ -70,7 +70,8 @@ for t in "${targets[@]}"; do
         "$corpus" "$seeds/$t" "${extra[@]}"); then
         status=1
     fi
-    tail -n 25 "$logs/fuzz-0.log" || true
+    # libFuzzer's own summary: final coverage, corpus size and speed.
+    grep -E '^#[0-9]+[[:space:]]+DONE|^stat::' "$logs/fuzz-0.log" || true
     if grep -qE '^(==[0-9]+==ERROR|SUMMARY:|fuzz_[a-z_]+: )' "$logs/fuzz-0.log" 2>/dev/null; then
         echo "fuzz_$t stopped on a finding; see $crashes" >&2
         status=1

@@ -43,7 +43,19 @@ std::string RenderClassXml(const ClassDef& def) {
     for (const Item& item : def.others) AppendItem(root, item);
     std::ostringstream out;
     doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);
-    return out.str();
+    // pugixml writes a carriage return in text as it is, and a reader turns it into a line
+    // feed; as a character reference it comes back. The layout itself holds none.
+    std::string xml = out.str();
+    std::string escaped;
+    escaped.reserve(xml.size());
+    for (char c : xml) {
+        if (c == '\r') {
+            escaped += "&#13;";
+            continue;
+        }
+        escaped += c;
+    }
+    return escaped;
 }
 
 }  // namespace tavro
