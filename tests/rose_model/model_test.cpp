@@ -256,3 +256,51 @@ TEST(InitialDiagram, IsMainElseTheFirstClassDiagram) {
 }
 
 }  // namespace
+
+namespace {
+
+std::vector<std::string> FarRoleNames(const rosehost::Model& model, const rosehost::Class& cls) {
+    std::vector<std::string> names;
+    for (const auto& association : rosehost::AssociationsOf(model, cls)) {
+        names.push_back(rosehost::OtherRoleOf(model, *association, cls)->name);
+    }
+    return names;
+}
+
+}  // namespace
+
+// A class whose associations are kept by two categories, as a loaded model file has them: the
+// look-up gives all of them, category by category, however the model was put together.
+TEST(AssociationsOf, FindsAssociationsKeptByEveryCategory) {
+    using rosehost::Model;
+    for (bool loadedDirectly : {false, true}) {
+        SCOPED_TRACE(loadedDirectly ? "added to the categories directly" : "created");
+        std::shared_ptr<Model> model = rosehost::NewModel("shop");
+        auto shop = rosehost::CreateCategory(*model, model->top, "Shop");
+        auto orders = rosehost::CreateCategory(*model, shop, "Order");
+        auto customer = rosehost::CreateClass(*model, shop, "Customer");
+        auto order = rosehost::CreateClass(*model, orders, "Order");
+        auto line = rosehost::CreateClass(*model, orders, "Line");
+        // Look once, so that the tables exist before the associations come.
+        EXPECT_TRUE(rosehost::AssociationsOf(*model, *order).empty());
+        auto places = rosehost::CreateAssociation(*model, *customer, "places",
+                                                  "Logical View::Shop::Order::Order");
+        auto contains = rosehost::CreateAssociation(*model, *order, "contains",
+                                                    "Logical View::Shop::Order::Line");
+        places->roles[1]->name = "orders";
+        contains->roles[1]->name = "lines";
+        if (loadedDirectly) {
+            // The way the file loader builds a model: straight into the categories.
+            shop->associations.clear();
+            orders->associations.clear();
+            std::shared_ptr<Model> loaded = rosehost::NewModel("shop");
+            loaded->top = model->top;
+            shop->associations.push_back(places);
+            orders->associations.push_back(contains);
+            model = loaded;
+        }
+        EXPECT_EQ(FarRoleNames(*model, *order), (std::vector<std::string>{"", "lines"}));
+        EXPECT_EQ(FarRoleNames(*model, *line), (std::vector<std::string>{""}));
+        EXPECT_EQ(FarRoleNames(*model, *customer), (std::vector<std::string>{"orders"}));
+    }
+}

@@ -62,10 +62,12 @@ void Build(const Model& model, ModelIndex& index) {
     index.built = true;
 }
 
-// Files the association under the classes at its ends. False when it would not come last in
-// a class's list, where a walk of the categories would put it.
+// Files the association under the classes at its ends. When the tables are being built the
+// associations come in walk order and every one is filed; an association added later is filed
+// only if it comes last in each class's list, where a walk of the categories would put it, and
+// false says that it does not (the lists must then be built again).
 bool FileAssociation(const Model& model, ModelIndex& index, const Category& owner,
-                     const std::shared_ptr<Association>& association) {
+                     const std::shared_ptr<Association>& association, bool building) {
     const Class* at[2] = {nullptr, nullptr};
     for (int i = 0; i < 2; ++i) {
         const Role& role = *association->roles[i];
@@ -76,7 +78,7 @@ bool FileAssociation(const Model& model, ModelIndex& index, const Category& owne
     for (int i = 0; i < 2; ++i) {
         if (at[i] == nullptr || (i == 1 && at[1] == at[0])) continue;
         auto& list = index.associations[at[i]];
-        if (!list.empty() && list.back().owner != &owner) return false;
+        if (!building && !list.empty() && list.back().owner != &owner) return false;
         list.push_back({&owner, association});
     }
     return true;
@@ -112,7 +114,7 @@ ModelIndex& CurrentAssociations(const Model& model) {
     for (const auto& category : AllCategories(model)) {
         for (const auto& association : category->associations) {
             // Built in walk order, so every association lands last in its lists.
-            FileAssociation(model, index, *category, association);
+            FileAssociation(model, index, *category, association, /*building=*/true);
         }
     }
     index.associationsBuilt = true;
@@ -164,7 +166,9 @@ void NoteAssociation(const Model& model, const Category& owner,
     AddQuid(*index, *association);
     for (const auto& role : association->roles) AddQuid(*index, *role);
     if (!index->associationsBuilt) return;
-    if (!FileAssociation(model, *index, owner, association)) index->associationsBuilt = false;
+    if (!FileAssociation(model, *index, owner, association, /*building=*/false)) {
+        index->associationsBuilt = false;
+    }
 }
 
 void NoteAssociationGone(const Model& model) {
