@@ -6,8 +6,8 @@
 # The build goes to $FUZZ_BUILD_DIR (build/fuzz by default), each target's corpus to
 # <build dir>/corpus/<target> (seeded by fuzz_make_seeds and, for petal, the sample models
 # when present), and crashing inputs to fuzz/crashes/<target>/ for inspection. Runs use one
-# job and one worker, since the machine is shared. Extra libFuzzer options may be given in
-# $FUZZ_OPTIONS.
+# job and one worker, since the machine is shared; fuzz/<target>.dict gives libFuzzer the
+# tokens of each format. Extra libFuzzer options may be given in $FUZZ_OPTIONS.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root="$PWD"
@@ -49,9 +49,10 @@ for t in "${targets[@]}"; do
     crashes="$root/fuzz/crashes/$t"
     mkdir -p "$corpus" "$crashes"
     extra=()
-    limit=()
+    options=()
+    [ -f "fuzz/$t.dict" ] && options+=(-dict="$root/fuzz/$t.dict")
     # The sample models are large; mutating them whole would slow every run.
-    [ "$t" = petal ] && limit=(-max_len=65536)
+    [ "$t" = petal ] && options+=(-max_len=65536)
     if [ "$t" = petal ] && [ -d "$samples" ]; then
         # The sample models are read where they are; they are never copied into the tree.
         while IFS= read -r -d '' dir; do extra+=("$dir"); done < <(
@@ -65,7 +66,7 @@ for t in "${targets[@]}"; do
     echo "== fuzz_$t for ${seconds}s (corpus $corpus, log $logs/fuzz-0.log)"
     # shellcheck disable=SC2086
     if ! (cd "$logs" && "$build/fuzz/fuzz_$t" -max_total_time="$seconds" -jobs=1 -workers=1 \
-        -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "${limit[@]}" \
+        -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "${options[@]}" \
         -artifact_prefix="$crashes/" ${FUZZ_OPTIONS:-} \
         "$corpus" "$seeds/$t" "${extra[@]}"); then
         status=1
