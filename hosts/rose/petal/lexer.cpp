@@ -128,7 +128,7 @@ Token Lexer::ScanString(Token t) {
         if (c == '\\' && pos_ < s_.size() && s_[pos_] == '\\') {
             ++pos_;
             bytes += '\\';
-        } else if (c == '\r' && pos_ < s_.size() && s_[pos_] == '\n') {
+        } else if (c == '\r' && crIsLineEnd_ && pos_ < s_.size() && s_[pos_] == '\n') {
             continue;
         } else if (c == '\n') {
             NewLine();
@@ -150,7 +150,7 @@ Token Lexer::ScanBlock(Token t) {
         bool atEnd = end == std::string_view::npos;
         if (atEnd) end = s_.size();
         size_t textEnd = end;
-        if (textEnd > pos_ + 1 && s_[textEnd - 1] == '\r') --textEnd;
+        if (crIsLineEnd_ && textEnd > pos_ + 1 && s_[textEnd - 1] == '\r') --textEnd;
         if (!first) bytes += '\n';
         first = false;
         bytes.append(s_.substr(pos_ + 1, textEnd - pos_ - 1));

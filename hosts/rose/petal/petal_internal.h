@@ -44,7 +44,10 @@ struct Token {
 // and '|' blocks comes out decoded from the code page set by SetCodec (Windows-1252 first).
 class Lexer {
   public:
-    explicit Lexer(std::string_view bytes) : s_(bytes) {}
+    // In a file whose lines end in bare line feeds a carriage return is text, kept so that
+    // it is written back; in a CR LF file it belongs to the line end.
+    Lexer(std::string_view bytes, LineEnd lineEnd)
+        : s_(bytes), crIsLineEnd_(lineEnd == LineEnd::CrLf) {}
 
     void SetCodec(int charSet) { codec_ = std::make_unique<TextCodec>(charSet); }
 
@@ -85,6 +88,7 @@ class Lexer {
     Token ScanBlock(Token t);
 
     std::string_view s_;
+    bool crIsLineEnd_;
     size_t pos_ = 0;
     size_t lineStart_ = 0;
     int line_ = 1;

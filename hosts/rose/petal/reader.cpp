@@ -48,7 +48,7 @@ std::string Describe(const Token& t) {
 
 class Parser {
   public:
-    explicit Parser(std::string_view bytes) : lex_(bytes) {}
+    Parser(std::string_view bytes, LineEnd lineEnd) : lex_(bytes, lineEnd) {}
 
     void ParseFile(File& out) {
         Expect(Tok::LParen, "expected '(object Petal' at the start of the file");
@@ -250,7 +250,7 @@ ParseResult ParseDocument(std::string_view bytes, File& out) {
     out.lineEnd = DetectLineEnd(bytes);
     ParseResult result;
     try {
-        Parser(bytes).ParseFile(out);
+        Parser(bytes, out.lineEnd).ParseFile(out);
     } catch (const ParseFailure& failure) {
         result.line = failure.line;
         result.column = failure.column;
