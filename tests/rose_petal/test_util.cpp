@@ -19,10 +19,6 @@ std::string ReadBytes(const std::string& path) {
     return buffer.str();
 }
 
-void WriteBytes(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
 TempDir::TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "petal-test-XXXXXX").string();
     char* made = ::mkdtemp(pattern.data());

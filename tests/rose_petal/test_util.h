@@ -10,7 +10,6 @@ namespace petal_test {
 // The shared sample folder, or "" when this checkout has none.
 std::string SamplesDir();
 std::string ReadBytes(const std::string& path);
-void WriteBytes(const std::string& path, const std::string& bytes);
 // A fresh empty folder under the system's temporary directory, removed with its content
 // when the test ends.
 struct TempDir {

@@ -117,43 +117,21 @@ TEST(SetField, PutsNewKeysWhereTheModellingToolWritesThem) {
         const char* added;
         std::vector<std::string> expected;
     };
+    // clang-format off
     const Case cases[] = {
-        {"tool properties before quid",
-         "Class",
-         {"quid", "language"},
-         "attributes",
+        {"tool properties before quid", "Class", {"quid", "language"}, "attributes",
          {"attributes", "quid", "language"}},
-        {"documentation after quid",
-         "ClassAttribute",
-         {"quid", "type"},
-         "documentation",
+        {"documentation after quid", "ClassAttribute", {"quid", "type"}, "documentation",
          {"quid", "documentation", "type"}},
-        {"operation visibility after concurrency",
-         "Operation",
-         {"quid", "result", "concurrency", "uid"},
-         "opExportControl",
-         {"quid", "result", "concurrency", "opExportControl", "uid"}},
-        {"unknown key of a known kind goes last",
-         "Role",
-         {"quid", "label"},
-         "Zebra",
-         {"quid", "label", "Zebra"}},
-        {"unknown kind appends",
-         "NoteView",
-         {"location", "label"},
-         "width",
-         {"location", "label", "width"}},
-        {"unknown keys keep their place",
-         "Class",
-         {"quid", "Mystery", "language"},
-         "operations",
+        {"operation visibility after concurrency", "Operation", {"quid", "result", "concurrency", "uid"},
+         "opExportControl", {"quid", "result", "concurrency", "opExportControl", "uid"}},
+        {"unknown key of a known kind goes last", "Role", {"quid", "label"}, "Zebra", {"quid", "label", "Zebra"}},
+        {"unknown kind appends", "NoteView", {"location", "label"}, "width", {"location", "label", "width"}},
+        {"unknown keys keep their place", "Class", {"quid", "Mystery", "language"}, "operations",
          {"quid", "Mystery", "operations", "language"}},
-        {"existing key replaced in place",
-         "Class",
-         {"quid", "stereotype"},
-         "quid",
-         {"quid", "stereotype"}},
+        {"existing key replaced in place", "Class", {"quid", "stereotype"}, "quid", {"quid", "stereotype"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Object o = NewObject(c.kind);
@@ -165,7 +143,7 @@ TEST(SetField, PutsNewKeysWhereTheModellingToolWritesThem) {
     }
 }
 
-TEST(InsertFieldAfter, PlacesTheFieldAfterTheLastOccurrence) {
+TEST(InsertFieldAfter, PlacesTheFieldAfterTheLastOccurrenceAndRemovalTakesOnlyWhatIsNamed) {
     Object o = NewObject("InterObjView");
     o.fields.push_back({"Focus_Of_Control", MakeString("1")});
     o.fields.push_back({"Focus_Of_Control", MakeString("2")});
@@ -175,9 +153,7 @@ TEST(InsertFieldAfter, PlacesTheFieldAfterTheLastOccurrence) {
     EXPECT_EQ(o.fields[2].value.text, "3");
     EXPECT_EQ(o.fields[3].key, "height");
     EXPECT_EQ(RemoveField(o, "Focus_Of_Control"), 3);
-}
 
-TEST(RemoveObject, TakesOnlyTheGivenObjectOutOfItsList) {
     Value list = MakeList("class_attribute_list");
     AppendObject(list, NewObject("ClassAttribute", "a"));
     Object& b = AppendObject(list, NewObject("ClassAttribute", "b"));
