@@ -42,40 +42,17 @@ std::string ReadFile(const std::string& path) {
 }
 
 std::string MenuFor(const std::string& d) {
-    return "Menu Tools\r\n"
-           "{\r\n"
-           "    Separator\r\n"
-           "    Menu \"&Tavro\"\r\n"
-           "    {\r\n"
-           "         option \"&Export Classes to Tavro ...\"\r\n"
-           "         {\r\n"
-           "              Exec \"" +
-           d +
-           "/corvansil EXPORT\"\r\n"
-           "         }\r\n"
-           "         \r\n"
-           "         option \"&Import Classes from Tavro ...\"\r\n"
-           "         {\r\n"
-           "              Exec \"" +
-           d +
-           "/corvansil IMPORT\"\r\n"
-           "         }\r\n"
-           "         \r\n"
-           "         option \"Load &Datatype Classes from Tavro ...\"\r\n"
-           "         {\r\n"
-           "              Exec \"" +
-           d +
-           "/corvansil DATATYPES\"\r\n"
-           "         }\r\n"
-           "         \r\n"
-           "         option \"Load &System Classes from Tavro ...\"\r\n"
-           "         {\r\n"
-           "              Exec \"" +
-           d +
-           "/corvansil SYSTEM\"\r\n"
-           "         }\r\n"
-           "    }\r\n"
-           "}\r\n";
+    std::string text = "Menu Tools\r\n{\r\n    Separator\r\n    Menu \"&Tavro\"\r\n    {\r\n";
+    const char* const options[][2] = {{"&Export Classes to Tavro ...", "EXPORT"},
+                                      {"&Import Classes from Tavro ...", "IMPORT"},
+                                      {"Load &Datatype Classes from Tavro ...", "DATATYPES"},
+                                      {"Load &System Classes from Tavro ...", "SYSTEM"}};
+    for (const auto& option : options) {
+        if (&option != &options[0]) text += "         \r\n";
+        text += std::string("         option \"") + option[0] + "\"\r\n         {\r\n" +
+                "              Exec \"" + d + "/corvansil " + option[1] + "\"\r\n         }\r\n";
+    }
+    return text + "    }\r\n}\r\n";
 }
 
 TEST(MenuFileText, NamesTheInstalledExecutableInsideOnePairOfQuotes) {
