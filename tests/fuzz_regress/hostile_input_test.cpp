@@ -79,7 +79,7 @@ TEST(DecodeFrame, RefusesLyingLengthsWithoutReadingPastThem) {
          rpc::FrameStatus::Truncated, 13, 0},
         {"Boolean neither 0 nor 1", "\x07\x00\x00\x00\x05\x01\x00\x00\x00\x01\x02"s,
          rpc::FrameStatus::BadField, 10, 0},
-        {"value type out of range", "\x06\x00\x00\x00\x05\x01\x00\x00\x00\x06"s,
+        {"value type out of range", "\x06\x00\x00\x00\x05\x01\x00\x00\x00\x7F"s,
          rpc::FrameStatus::BadField, 9, 0},
     };
     for (const Case& c : cases) {

@@ -68,9 +68,15 @@ class Writer {
         return v.block || v.text.find_first_of("\"\n") != std::string::npos;
     }
 
+    // A line break inside quotes is written as the file's line end, which the reader takes
+    // back as one line feed; a carriage return before it then stays text.
     void WriteQuoted(std::string_view utf8) {
         out_ += '"';
         for (char c : text_->Encode(utf8)) {
+            if (c == '\n') {
+                out_ += eol_;
+                continue;
+            }
             if (c == '\\') out_ += '\\';
             out_ += c;
         }
