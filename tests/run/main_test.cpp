@@ -52,7 +52,7 @@ TEST(CommandWord, ChoosesTheRunFromTheWholeLine) {
     }
 }
 
-TEST(GetInstallDirectory, DropsOneTrailingSeparator) {
+TEST(GetInstallDirectory, IsTheRunningProgramsDirectoryWithoutOneTrailingSeparator) {
     struct Case {
         const char* directory;
         const char* expected;
@@ -68,9 +68,6 @@ TEST(GetInstallDirectory, DropsOneTrailingSeparator) {
         SCOPED_TRACE(c.directory);
         EXPECT_EQ(run::InstallDirectoryFrom(c.directory), c.expected);
     }
-}
-
-TEST(GetInstallDirectory, IsTheDirectoryOfTheRunningProgram) {
     EXPECT_EQ(run::GetInstallDirectory(), fs::read_symlink("/proc/self/exe").parent_path());
 }
 
@@ -156,24 +153,21 @@ TEST(Main, DispatchesEachKindOfRun) {
         a.insert(a.end(), b.begin(), b.end());
         return a;
     };
+    const std::vector<std::string> modal = {"start-up modal"};
+    // clang-format off
     const Case cases[] = {
-        {"export", Answer::Cancel, {"start-up modal", "transfer window, mode 1"}, nullptr},
-        {"IMPORT", Answer::Cancel, {"start-up modal", "transfer window, mode 2"}, nullptr},
-        {"DataTypes",
-         Answer::Cancel,
-         {"start-up modal", "transfer window, mode 3", "special classes"},
-         nullptr},
-        {"SYSTEM",
-         Answer::Cancel,
-         {"start-up modal", "transfer window, mode 4", "special classes"},
-         nullptr},
+        {"export", Answer::Cancel, then(modal, {"transfer window, mode 1"}), nullptr},
+        {"IMPORT", Answer::Cancel, then(modal, {"transfer window, mode 2"}), nullptr},
+        {"DataTypes", Answer::Cancel, then(modal, {"transfer window, mode 3", "special classes"}), nullptr},
+        {"SYSTEM", Answer::Cancel, then(modal, {"transfer window, mode 4", "special classes"}), nullptr},
         {"INSTALL", Answer::Cancel, {"end 0"}, "Rose"},
-        {"", Answer::Cancel, {"start-up modal", prompt, "end 0"}, nullptr},
-        {"MSVM", Answer::Cancel, {"start-up modal", prompt, "end 0"}, nullptr},
-        {"", Answer::Ok, then({"start-up modal", prompt}, installed), "Rose"},
-        {"export now", Answer::Ok, then({"start-up modal", prompt}, installed), "Rose"},
-        {"msvm", Answer::Ok, then({"start-up modal", prompt}, installed), "MSVM"},
+        {"", Answer::Cancel, then(modal, {prompt, "end 0"}), nullptr},
+        {"MSVM", Answer::Cancel, then(modal, {prompt, "end 0"}), nullptr},
+        {"", Answer::Ok, then(then(modal, {prompt}), installed), "Rose"},
+        {"export now", Answer::Ok, then(then(modal, {prompt}), installed), "Rose"},
+        {"msvm", Answer::Ok, then(then(modal, {prompt}), installed), "MSVM"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string("\"") + c.line + "\"");
         Scripted script(c.answer);
