@@ -88,42 +88,23 @@ TEST(RegCreateKeyExA, CreatesMissingParentsThenOpensExisting) {
     EXPECT_EQ(ListRegistrySubkeys("SOFTWARE"), std::vector<std::string>{"Vendor"});
 }
 
-TEST(RegSetValueExA, ReplacesValuesWithoutRegardToCaseAndEscapesText) {
+// A file written by hand, with values of other types and another root, gets string values
+// put into it: those it had stay, a name in other case replaces, text is escaped.
+TEST(RegSetValueExA, ReplacesValuesWithoutRegardToCaseAndKeepsOtherTypesAndRoots) {
     TempRegistry registry;
+    WriteFile(registry.path,
+              "REGEDIT4\r\n"
+              "; written by hand\r\n"
+              "\r\n[HKEY_CURRENT_USER\\Software\\X]\r\n"
+              "\"Count\"=dword:0000002a\r\n"
+              "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n"
+              "@=\"default\"\r\n"
+              "\"Bytes\"=hex:01,02,\\\r\n"
+              "  03\r\n");
     Put("SOFTWARE\\B", "Path", "C:\\Tools \"x\"");
     Put("SOFTWARE\\A", "Name", "first");
     Put("SOFTWARE\\A", "Other", "kept");
     Put("SOFTWARE\\A", "NAME", "second");
-
-    EXPECT_EQ(ReadFile(registry.path),
-              "REGEDIT4\r\n"
-              "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n"
-              "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n"
-              "\"Name\"=\"second\"\r\n"
-              "\"Other\"=\"kept\"\r\n"
-              "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\B]\r\n"
-              "\"Path\"=\"C:\\\\Tools \\\"x\\\"\"\r\n"
-              "\r\n");
-    std::string text;
-    ASSERT_TRUE(ReadRegistryValue("software\\b", "path", text));
-    EXPECT_EQ(text, "C:\\Tools \"x\"");
-    EXPECT_FALSE(ReadRegistryValue("SOFTWARE\\B", "Missing", text));
-    EXPECT_FALSE(ReadRegistryValue("SOFTWARE\\C", "Path", text));
-}
-
-TEST(RegSetValueExA, KeepsValuesOfOtherTypesAndOtherRoots) {
-    TempRegistry registry;
-    const std::string before =
-        "REGEDIT4\r\n"
-        "; written by hand\r\n"
-        "\r\n[HKEY_CURRENT_USER\\Software\\X]\r\n"
-        "\"Count\"=dword:0000002a\r\n"
-        "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n"
-        "@=\"default\"\r\n"
-        "\"Bytes\"=hex:01,02,\\\r\n"
-        "  03\r\n";
-    WriteFile(registry.path, before);
-    Put("SOFTWARE\\A", "New", "1");
 
     EXPECT_EQ(ReadFile(registry.path),
               "REGEDIT4\r\n"
@@ -134,12 +115,19 @@ TEST(RegSetValueExA, KeepsValuesOfOtherTypesAndOtherRoots) {
               "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\A]\r\n"
               "@=\"default\"\r\n"
               "\"Bytes\"=hex:01,02,03\r\n"
-              "\"New\"=\"1\"\r\n"
+              "\"Name\"=\"second\"\r\n"
+              "\"Other\"=\"kept\"\r\n"
+              "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\B]\r\n"
+              "\"Path\"=\"C:\\\\Tools \\\"x\\\"\"\r\n"
               "\r\n");
     std::string text;
+    ASSERT_TRUE(ReadRegistryValue("software\\b", "path", text));
+    EXPECT_EQ(text, "C:\\Tools \"x\"");
     EXPECT_TRUE(ReadRegistryValue("SOFTWARE\\A", "", text));
     EXPECT_EQ(text, "default");
     EXPECT_FALSE(ReadRegistryValue("SOFTWARE\\A", "Bytes", text));  // not a string
+    EXPECT_FALSE(ReadRegistryValue("SOFTWARE\\B", "Missing", text));
+    EXPECT_FALSE(ReadRegistryValue("SOFTWARE\\C", "Path", text));
 }
 
 TEST(RegCreateKeyExA, ReportsDamagedFileAndLeavesItAlone) {
