@@ -66,23 +66,7 @@ TEST(FindRoseClass, FindsByTheServerNameAsGiven) {
     }
 }
 
-TEST(FindOrCreateCategory, CreatesEachMissingPackageInTurn) {
-    auto model = ShopModel();
-    Attach(rosehost::NewHost(model));
-    ObjectRef category = naming::FindOrCreateCategory("A.B.C.Cls");
-    ASSERT_NE(category, nullptr);
-    EXPECT_EQ(rose::QualifiedName(category), "Logical View::A::B::C");
-    std::vector<std::string> paths = CategoryPaths(*model);
-    EXPECT_EQ(std::count(paths.begin(), paths.end(), "Logical View::A::B::C"), 1);
-
-    // A second class of the same package finds the chain and adds nothing.
-    std::size_t before = paths.size();
-    ObjectRef again = naming::FindOrCreateCategory("A.B.C.Other");
-    EXPECT_EQ(again, category);
-    EXPECT_EQ(CategoryPaths(*model).size(), before);
-}
-
-TEST(FindOrCreateCategory, UsesExistingCategoriesAndDefaultPackages) {
+TEST(FindOrCreateCategory, UsesExistingCategoriesAndCreatesEachMissingPackageOnce) {
     auto model = ShopModel();
     Attach(rosehost::NewHost(model));
     struct Case {
@@ -104,6 +88,15 @@ TEST(FindOrCreateCategory, UsesExistingCategoriesAndDefaultPackages) {
     }
     std::vector<std::string> paths = CategoryPaths(*model);
     EXPECT_EQ(std::count(paths.begin(), paths.end(), "Logical View::Tavro System Classes"), 1);
+
+    ObjectRef category = naming::FindOrCreateCategory("A.B.C.Cls");
+    ASSERT_NE(category, nullptr);
+    EXPECT_EQ(rose::QualifiedName(category), "Logical View::A::B::C");
+    paths = CategoryPaths(*model);
+    EXPECT_EQ(std::count(paths.begin(), paths.end(), "Logical View::A::B::C"), 1);
+    // A second class of the same package finds the chain and adds nothing.
+    EXPECT_EQ(naming::FindOrCreateCategory("A.B.C.Other"), category);
+    EXPECT_EQ(CategoryPaths(*model).size(), paths.size());
 }
 
 TEST(FindOrCreateCategory, CreatesTheSystemCategoryOnceUnderTheTop) {
