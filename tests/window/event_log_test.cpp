@@ -3,7 +3,6 @@
 
 #include <QHeaderView>
 #include <QMetaObject>
-#include <QStatusBar>
 #include <QTreeWidget>
 #include <stdexcept>
 
@@ -81,9 +80,7 @@ TEST(UpdateLogMsg, ChangesOneRowAsAsked) {
         EXPECT_EQ(form->LogRowAt(2).status, "Processing ...");
         EXPECT_EQ(form->LogRowAt(4).className, "Class4");
     }
-}
-
-TEST(UpdateLogMsg, LeftOutArgumentsCountAsEmptyNoPictureAndNoScroll) {
+    // Left-out arguments count as no error and no new picture.
     auto form = LogOf(2);
     form->UpdateLogMsg(2, std::nullopt, "Done");
     EXPECT_EQ(form->LogRowAt(2).status, "Done");
@@ -125,7 +122,7 @@ TEST(UpdateLogMsg, LetsPendingEventsRun) {
     EXPECT_TRUE(ran);
 }
 
-TEST(AddLogMsg, AppendsNumberedRows) {
+TEST(AddLogMsg, AppendsNumberedRowsFromOneAgainAfterClearing) {
     auto form = LoadedWindow(3);
     EXPECT_EQ(form->AddLogMsg("User.A", "", "", 0, false), 1);
     window::LogRow first = form->LogRowAt(1);
@@ -139,10 +136,6 @@ TEST(AddLogMsg, AppendsNumberedRows) {
     EXPECT_EQ(form->LogRowAt(8).status, "Failed (no such class)");
     EXPECT_EQ(form->LogRowAt(8).icon, 1);
     EXPECT_FALSE(form->findChild<QTreeWidget*>("lvwLog")->topLevelItem(7)->icon(0).isNull());
-}
-
-TEST(AddLogMsg, NumbersFromOneAgainAfterTheLogIsCleared) {
-    auto form = LogOf(4);
     form->ClearLog();
     EXPECT_EQ(form->LogRowCount(), 0);
     EXPECT_EQ(form->AddLogMsg("User.A", "", "", 0, false), 1);
@@ -154,7 +147,6 @@ TEST(StatusMessage, ReplacesTheStatusText) {
     EXPECT_EQ(form->StatusText(), "Connected to USER");
     form->StatusMessage("");
     EXPECT_EQ(form->StatusText(), "");
-    EXPECT_NE(form->findChild<QStatusBar*>("StatusBar"), nullptr);
 }
 
 }  // namespace

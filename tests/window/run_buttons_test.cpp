@@ -84,7 +84,7 @@ TEST(cmdExportImport_Click, ConnectsAfterRetriesThenRunsTheDriver) {
         Seen seen;
         auto form = LoadedWindow(c.mode, StubSides(seen, 2));
         form->AddLogMsg("left over", "", "", 0, false);
-        form->cmdExportImport_Click();
+        form->findChild<QPushButton*>("cmdExportImport")->click();  // the button is wired
 
         EXPECT_EQ(seen.connectCalls, 3);
         ASSERT_EQ(ui.boxes.size(), 2u);
@@ -151,7 +151,7 @@ TEST(cmdClose_Click, AsksBeforeCancelling) {
         if (c.ends) {
             EXPECT_THROW(form->cmdClose_Click(), platform::ProcessEnded);
         } else {
-            form->cmdClose_Click();
+            form->findChild<QPushButton*>("cmdClose")->click();  // the button is wired
         }
         ASSERT_EQ(ui.boxes.size(), 1u);
         ExpectBox(ui.boxes[0], "Are you sure you want to cancel?", platform::Buttons::YesNo);
@@ -210,27 +210,6 @@ TEST(Form_Unload, EndsTheProcessWithoutAsking) {
         EXPECT_THROW(form->Form_Unload(), platform::ProcessEnded);
         EXPECT_TRUE(ui.boxes.empty());
     }
-}
-
-}  // namespace
-
-namespace {
-
-TEST(cmdClose_Click, RunsWhenTheButtonIsPressed) {
-    ScriptedUi ui({Answer::No});
-    auto form = LoadedWindow(2);
-    form->findChild<QPushButton*>("cmdClose")->click();
-    ASSERT_EQ(ui.boxes.size(), 1u);
-    EXPECT_EQ(ui.boxes[0].text, "Are you sure you want to cancel?");
-}
-
-TEST(cmdExportImport_Click, RunsWhenTheEnabledButtonIsPressed) {
-    ScriptedUi ui;
-    Seen seen;
-    auto form = LoadedWindow(1, StubSides(seen, 0));
-    form->findChild<QPushButton*>("cmdExportImport")->click();
-    EXPECT_EQ(seen.driverCalls, 1);
-    EXPECT_EQ(form->CloseCaption(), "Close");
 }
 
 }  // namespace

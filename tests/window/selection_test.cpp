@@ -48,34 +48,33 @@ TEST(ClassList, KeepsEntriesSortedIgnoringCaseAndReportsWhereTheyWent) {
 
 TEST(SelectClasses, MovesHighlightedEntriesWithTheirIds) {
     window_test::ScriptedUi ui;
-    auto form = LoadedWindow(1, RoseClasses({"B", "a", "C"}));
-    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"a", "B", "C"}));
+    auto form = LoadedWindow(1, RoseClasses({"B", "a", "D", "C", "E"}));
+    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"a", "B", "C", "D", "E"}));
     ExpectAligned(form->lstAvailableClasses(), form->lstAvailableClassIDs());
+    // Nothing highlighted: nothing moves.
     EXPECT_FALSE(Enabled(*form, "cmdSelect"));
+    form->cmdSelect_Click();
+    form->lstSelectedClasses_DblClick();
+    EXPECT_EQ(form->lstSelectedClasses().ListCount(), 0);
 
-    Highlight(*form, "lstAvailableClasses", {0, 2});
+    Highlight(*form, "lstAvailableClasses", {0, 2, 3});  // two of them adjacent
     EXPECT_TRUE(Enabled(*form, "cmdSelect"));
     form->cmdSelect_Click();
-
-    EXPECT_EQ(Entries(form->lstSelectedClasses()), (Strings{"a", "C"}));
-    EXPECT_EQ(Highlighted(form->lstSelectedClasses()), (Strings{"a", "C"}));
-    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"B"}));
-    EXPECT_EQ(Entries(form->lstSelectedClassIDs()), (Strings{"id-a", "id-C"}));
-    EXPECT_EQ(Entries(form->lstAvailableClassIDs()), (Strings{"id-B"}));
+    EXPECT_EQ(Entries(form->lstSelectedClasses()), (Strings{"a", "C", "D"}));
+    EXPECT_EQ(Highlighted(form->lstSelectedClasses()), (Strings{"a", "C", "D"}));
+    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"B", "E"}));
+    EXPECT_EQ(Entries(form->lstSelectedClassIDs()), (Strings{"id-a", "id-C", "id-D"}));
+    EXPECT_EQ(Entries(form->lstAvailableClassIDs()), (Strings{"id-B", "id-E"}));
     // The view shows the same highlights as the list holds.
     auto* view = form->findChild<QListView*>("lstSelectedClasses");
-    EXPECT_EQ(view->selectionModel()->selectedRows().size(), 2);
-    EXPECT_TRUE(ui.boxes.empty());
-}
+    EXPECT_EQ(view->selectionModel()->selectedRows().size(), 3);
 
-TEST(SelectClasses, MovesTwoAdjacentEntries) {
-    auto form = LoadedWindow(1, RoseClasses({"A", "B", "C", "D"}));
-    Highlight(*form, "lstAvailableClasses", {1, 2});
+    // What the destination held before is no longer highlighted.
+    Highlight(*form, "lstAvailableClasses", {0});  // B
     form->cmdSelect_Click();
-    EXPECT_EQ(Entries(form->lstSelectedClasses()), (Strings{"B", "C"}));
-    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"A", "D"}));
+    EXPECT_EQ(Highlighted(form->lstSelectedClasses()), (Strings{"B"}));
     ExpectAligned(form->lstSelectedClasses(), form->lstSelectedClassIDs());
-    ExpectAligned(form->lstAvailableClasses(), form->lstAvailableClassIDs());
+    EXPECT_TRUE(ui.boxes.empty());
 }
 
 TEST(SelectClasses, MovesAllOf500AndSetsTheButtons) {
@@ -117,23 +116,6 @@ TEST(UnselectClasses, KeepsCompanionsAlignedAfterMixedMoves) {
               (Strings{"alpha", "beta", "Delta", "epsilon", "Mu", "Omega", "Zeta"}));
     ExpectAligned(form->lstSelectedClasses(), form->lstSelectedClassIDs());
     ExpectAligned(form->lstAvailableClasses(), form->lstAvailableClassIDs());
-}
-
-TEST(SelectClasses, UnhighlightsWhatTheDestinationHeldBefore) {
-    auto form = LoadedWindow(1, RoseClasses({"A", "B", "C"}));
-    Highlight(*form, "lstAvailableClasses", {0});
-    form->cmdSelect_Click();
-    Highlight(*form, "lstAvailableClasses", {1});  // C
-    form->cmdSelect_Click();
-    EXPECT_EQ(Highlighted(form->lstSelectedClasses()), (Strings{"C"}));
-}
-
-TEST(SelectClasses, MovesNothingWithNothingHighlighted) {
-    auto form = LoadedWindow(1, RoseClasses({"A", "B"}));
-    form->cmdSelect_Click();
-    form->lstSelectedClasses_DblClick();
-    EXPECT_EQ(Entries(form->lstAvailableClasses()), (Strings{"A", "B"}));
-    EXPECT_EQ(form->lstSelectedClasses().ListCount(), 0);
 }
 
 TEST(SelectClasses, LeavesCompanionsEmptyInImportMode) {
