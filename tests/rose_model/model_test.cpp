@@ -43,6 +43,8 @@ TEST(ClassesByPath, TakesPathsBelowTheTopCategory) {
     }
 }
 
+// Associations and superclass links keep the name of a class that does not exist yet; an
+// association end finds the class by that name once it exists.
 TEST(CreateAssociation, KeepsTheNameOfAClassThatDoesNotExistYet) {
     Sample s = MakeSample();
     ObjectRef person = ClassAtPath(s, "Logical View::Person");
@@ -52,21 +54,14 @@ TEST(CreateAssociation, KeepsTheNameOfAClassThatDoesNotExistYet) {
     EXPECT_EQ(Get(far, 412).ToString(), "Logical View::Billing::Invoice");
     EXPECT_EQ(Get(far, 621).ToObject(), nullptr);
     EXPECT_EQ(Get(near, 412).ToString(), "Logical View::Person");
-    EXPECT_NE(far, near);
+    ObjectRef link = Call(person, 437, {"", "Logical View::Billing::Invoice"}).ToObject();
+    EXPECT_EQ(Get(link, 12601).ToObject(), nullptr);
+    EXPECT_EQ(Get(link, 412).ToString(), "Logical View::Billing::Invoice");
 
-    // Once the class exists the end finds it by its name.
     ObjectRef billing = Call(Get(ModelOf(s), 417).ToObject(), 423, {"Billing"}).ToObject();
     ObjectRef invoice = Call(billing, 421, {"Invoice"}).ToObject();
     EXPECT_EQ(Get(far, 621).ToObject(), invoice);
     EXPECT_EQ(CountOf(Get(invoice, 425).ToObject()), 1);
-}
-
-TEST(CreateSuperclassLink, KeepsTheNameOfAClassThatDoesNotExistYet) {
-    Sample s = MakeSample();
-    ObjectRef person = ClassAtPath(s, "Logical View::Person");
-    ObjectRef link = Call(person, 437, {"", "Logical View::Base::Entity"}).ToObject();
-    EXPECT_EQ(Get(link, 12601).ToObject(), nullptr);
-    EXPECT_EQ(Get(link, 412).ToString(), "Logical View::Base::Entity");
 }
 
 TEST(RoleOf, TellsTheEndsOfAnAssociationOfAClassWithItself) {
@@ -162,45 +157,33 @@ TEST(ToolProperties, ListsDeclaredThenOwnProperties) {
     EXPECT_EQ(Call(attribute, 119, {"Parameter", "MAXLEN"}).ToString(), "20");
 }
 
-TEST(ItemAt, IsOneBasedAndRefusesOutsideTheCount) {
+TEST(ItemAt, IsOneBasedAndGivesTheSameObjectForTheSameElement) {
     Sample s = MakeSample();
     ObjectRef classes = Get(ModelOf(s), 432).ToObject();
-    EXPECT_EQ(Get(Item(classes, 1), 100).ToString(), "Person");
+    ObjectRef person = ClassAtPath(s, "Logical View::Person");
+    EXPECT_EQ(Item(classes, 1), person);
+    EXPECT_EQ(Get(person, 207).ToObject(), person);
+    EXPECT_EQ(Get(ModelOf(s), 417).ToObject(), Get(person, 415).ToObject());
     for (std::int16_t index : {std::int16_t{0}, std::int16_t{5}, std::int16_t{-1}}) {
         SCOPED_TRACE(index);
         EXPECT_THROW(Item(classes, index), AutomationError);
     }
 }
 
-TEST(ItemAt, GivesTheSameObjectForTheSameElement) {
-    Sample s = MakeSample();
-    ObjectRef first = ClassAtPath(s, "Logical View::Person");
-    ObjectRef again = Item(Get(ModelOf(s), 432).ToObject(), 1);
-    EXPECT_EQ(first, again);
-    EXPECT_EQ(Get(first, 207).ToObject(), first);
-    EXPECT_EQ(Get(ModelOf(s), 417).ToObject(), Get(first, 415).ToObject());
-}
-
-TEST(ContainsItem, FindsTheSelectedClassThroughItsElementFace) {
-    Sample s = MakeSample();
-    ObjectRef selected = Get(Get(ModelOf(s), 12527).ToObject(), 12525).ToObject();
-    ObjectRef person = ClassAtPath(s, "Logical View::Person");
-    ObjectRef address = ClassAtPath(s, "Logical View::Shop::Address");
-    EXPECT_TRUE(Call(selected, 204, {Get(person, 207).ToObject()}).ToBool());
-    EXPECT_FALSE(Call(selected, 204, {Get(address, 207).ToObject()}).ToBool());
-}
-
-TEST(IndexOfName, GivesThePositionOrZero) {
+// Collections find members by element and by name, and are snapshots of their fetch.
+TEST(Collections, FindMembersAndKeepWhatTheyWereFetchedWith) {
     Sample s = MakeSample();
     ObjectRef classes = Get(ModelOf(s), 432).ToObject();
     EXPECT_EQ(Call(classes, 205, {"Address"}).ToInt16(), 2);
     EXPECT_EQ(Call(classes, 205, {"%Library.String"}).ToInt16(), 4);
     EXPECT_EQ(Call(classes, 205, {"address"}).ToInt16(), 0);
-}
 
-TEST(Collections, AreSnapshotsOfTheirFetch) {
-    Sample s = MakeSample();
+    ObjectRef selected = Get(Get(ModelOf(s), 12527).ToObject(), 12525).ToObject();
     ObjectRef person = ClassAtPath(s, "Logical View::Person");
+    ObjectRef address = ClassAtPath(s, "Logical View::Shop::Address");
+    EXPECT_TRUE(Call(selected, 204, {Get(person, 207).ToObject()}).ToBool());
+    EXPECT_FALSE(Call(selected, 204, {Get(address, 207).ToObject()}).ToBool());
+
     ObjectRef attributes = Get(person, 416).ToObject();
     Call(person, 435, {Item(attributes, 1)});
     EXPECT_EQ(CountOf(attributes), 1);
@@ -255,10 +238,6 @@ TEST(InitialDiagram, IsMainElseTheFirstClassDiagram) {
     EXPECT_EQ(rosehost::InitialDiagram(*model), main);
 }
 
-}  // namespace
-
-namespace {
-
 std::vector<std::string> FarRoleNames(const rosehost::Model& model, const rosehost::Class& cls) {
     std::vector<std::string> names;
     for (const auto& association : rosehost::AssociationsOf(model, cls)) {
@@ -266,8 +245,6 @@ std::vector<std::string> FarRoleNames(const rosehost::Model& model, const roseho
     }
     return names;
 }
-
-}  // namespace
 
 // A class whose associations are kept by two categories, as a loaded model file has them: the
 // look-up gives all of them, category by category, however the model was put together.
@@ -304,3 +281,5 @@ TEST(AssociationsOf, FindsAssociationsKeptByEveryCategory) {
         EXPECT_EQ(FarRoleNames(*model, *customer), (std::vector<std::string>{"orders"}));
     }
 }
+
+}  // namespace
