@@ -8,38 +8,35 @@
 
 namespace {
 
-using automation::AutomationError;
 using automation::CallByName;
 using automation::GetByName;
 using automation::ObjectRef;
 using automation::PutByName;
 using automation::Variant;
+using tavro_test::ClassDefinition;
 using tavro_test::Connect;
 using tavro_test::DataDir;
+using tavro_test::ErrorOf;
+using tavro_test::NewObject;
 
-std::string ErrorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const AutomationError& error) {
-        return error.Description();
-    }
-    return "<no error>";
+const char* kClassDef = "%Dictionary.ClassDefinition";
+const char* kPropertyDef = "%Dictionary.PropertyDefinition";
+const char* kMethodDef = "%Dictionary.MethodDefinition";
+const char* kDenied = "access denied: user viewer lacks the 'Development' permission";
+
+ObjectRef GetAt(const ObjectRef& collection, std::int32_t index) {
+    return CallByName(collection, "GetAt", {index}).ToObject();
 }
 
 // The add-in's way of writing a class: a new definition, one property, one method, saved.
-void SaveOrder(const ObjectRef& factory, const char* super = "%Persistent") {
-    ObjectRef def =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+void SaveOrder(const ObjectRef& factory) {
+    ObjectRef def = NewObject(factory, kClassDef, "Shop.Order");
     PutByName(def, "Description", "Orders");
-    PutByName(def, "super", super);
-    ObjectRef prop =
-        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
-            .ToObject();
+    PutByName(def, "super", "%Persistent");
+    ObjectRef prop = NewObject(factory, kPropertyDef, "Shop.Order:Total");
     PutByName(prop, "Type", "%Integer");
     CallByName(GetByName(def, "Properties").ToObject(), "Insert", {prop});
-    ObjectRef method =
-        CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:Recalc"})
-            .ToObject();
+    ObjectRef method = NewObject(factory, kMethodDef, "Shop.Order:Recalc");
     PutByName(method, "FormalSpec", "qty:%Integer");
     CallByName(GetByName(def, "Methods").ToObject(), "Insert", {method});
     CallByName(def, "sys_Save");
@@ -56,98 +53,68 @@ TEST(NewObject, MemberIdNamesTheClassAndTheMember) {
         const char* parent;
     };
     const Case cases[] = {
-        {"%Dictionary.PropertyDefinition", "Shop.Order:Total", "Total", "Shop.Order"},
-        {"%Dictionary.MethodDefinition", "Shop.Order:Recalc", "Recalc", "Shop.Order"},
+        {kPropertyDef, "Shop.Order:Total", "Total", "Shop.Order"},
+        {kMethodDef, "Shop.Order:Recalc", "Recalc", "Shop.Order"},
         {"%dictionary.propertydefinition", "A.B:c", "c", "A.B"},
-        {"%Dictionary.PropertyDefinition", "Total", "Total", ""},
+        {kPropertyDef, "Total", "Total", ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.id);
-        ObjectRef member = CallByName(factory, "NewObject", {c.className, c.id}).ToObject();
+        ObjectRef member = NewObject(factory, c.className, c.id);
         EXPECT_EQ(GetByName(member, "name").ToString(), c.name);
         EXPECT_EQ(GetByName(member, "Name").ToString(), c.name);
         EXPECT_EQ(GetByName(member, "parent").ToString(), c.parent);
     }
-}
-
-TEST(NewObject, RefusesAClassThatDoesNotExist) {
-    DataDir dir;
-    ObjectRef factory = Connect(dir);
-    EXPECT_EQ(ErrorOf([&] { CallByName(factory, "NewObject", {"Shop.Nothing"}); }),
+    EXPECT_EQ(ErrorOf([&] { NewObject(factory, "Shop.Nothing"); }),
               "class Shop.Nothing does not exist");
 }
 
-TEST(LoadObjectById, RaisesForAnIdThatNamesNoClass) {
+TEST(LoadObjectById, ReadsBackWhatTheAddInWroteAndRaisesForNoClass) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
     for (const char* operation : {"LoadObjectById", "OpenObjectById"}) {
         SCOPED_TRACE(operation);
-        EXPECT_EQ(
-            ErrorOf([&] {
-                CallByName(factory, operation, {"%Dictionary.ClassDefinition", "Shop.Nothing"});
-            }),
-            "class definition Shop.Nothing does not exist");
-        ObjectRef def =
-            CallByName(factory, operation, {"%Dictionary.ClassDefinition", "shop.order"})
-                .ToObject();
+        EXPECT_EQ(ErrorOf([&] { ClassDefinition(factory, "Shop.Nothing", operation); }),
+                  "class definition Shop.Nothing does not exist");
+        ObjectRef def = ClassDefinition(factory, "shop.order", operation);
         EXPECT_EQ(GetByName(def, "name").ToString(), "Shop.Order");
         EXPECT_EQ(GetByName(def, "sys_OID").ToString(), "Shop.Order");
     }
-}
-
-TEST(LoadObjectById, ReadsBackWhatTheAddInWrote) {
-    DataDir dir;
-    ObjectRef factory = Connect(dir);
-    SaveOrder(factory);
-    ObjectRef def =
-        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
-            .ToObject();
+    ObjectRef def = ClassDefinition(factory, "Shop.Order");
     EXPECT_EQ(GetByName(def, "Description").ToString(), "Orders");
     EXPECT_EQ(GetByName(def, "SUPER").ToString(), "%Persistent");
     EXPECT_EQ(GetByName(def, "Abstract"), Variant(false));
     ObjectRef properties = GetByName(def, "Properties").ToObject();
     ASSERT_EQ(GetByName(properties, "Count").ToInt32(), 1);
-    ObjectRef total = CallByName(properties, "GetAt", {std::int32_t{1}}).ToObject();
-    EXPECT_EQ(GetByName(total, "Type").ToString(), "%Integer");
+    EXPECT_EQ(GetByName(GetAt(properties, 1), "Type").ToString(), "%Integer");
     ObjectRef methods = GetByName(def, "Methods").ToObject();
     ASSERT_EQ(GetByName(methods, "Count").ToInt32(), 1);
-    EXPECT_EQ(GetByName(CallByName(methods, "GetAt", {std::int32_t{1}}).ToObject(), "FormalSpec")
-                  .ToString(),
-              "qty:%Integer");
+    EXPECT_EQ(GetByName(GetAt(methods, 1), "FormalSpec").ToString(), "qty:%Integer");
 }
 
 TEST(Insert, KeepsOneMemberPerName) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    ObjectRef def =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
-    ObjectRef properties = GetByName(def, "Properties").ToObject();
-    ObjectRef first =
-        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
-            .ToObject();
-    ObjectRef second =
-        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
-            .ToObject();
+    ObjectRef properties =
+        GetByName(NewObject(factory, kClassDef, "Shop.Order"), "Properties").ToObject();
+    ObjectRef first = NewObject(factory, kPropertyDef, "Shop.Order:Total");
+    ObjectRef second = NewObject(factory, kPropertyDef, "Shop.Order:Total");
     CallByName(properties, "Insert", {first});
     CallByName(properties, "Insert", {first});
     EXPECT_EQ(GetByName(properties, "Count").ToInt32(), 1);
     CallByName(properties, "Insert", {second});
     EXPECT_EQ(GetByName(properties, "Count").ToInt32(), 1);
-    EXPECT_EQ(CallByName(properties, "GetAt", {std::int32_t{1}}).ToObject(), second);
-    ObjectRef method =
-        CallByName(factory, "NewObject", {"%Dictionary.MethodDefinition", "Shop.Order:M"})
-            .ToObject();
+    EXPECT_EQ(GetAt(properties, 1), second);
+    ObjectRef method = NewObject(factory, kMethodDef, "Shop.Order:M");
     EXPECT_EQ(ErrorOf([&] { CallByName(properties, "Insert", {method}); }),
               "Insert expects a property definition");
 }
 
 TEST(Parameters, NextWalksTheKeysInOrder) {
     DataDir dir;
-    ObjectRef factory = Connect(dir);
-    ObjectRef prop =
-        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Name"}).ToObject();
-    ObjectRef parameters = GetByName(prop, "Parameters").ToObject();
+    ObjectRef parameters =
+        GetByName(NewObject(Connect(dir), kPropertyDef, "A.B:Name"), "Parameters").ToObject();
     CallByName(parameters, "SetAt", {"50", "MAXLEN"});
     CallByName(parameters, "SetAt", {",a,b", "VALUELIST"});
     CallByName(parameters, "SetAt", {",A,B", "DISPLAYLIST"});
@@ -165,10 +132,7 @@ TEST(Parameters, NextWalksTheKeysInOrder) {
 
 TEST(Required, AcceptsAnIntegerOrABoolean) {
     DataDir dir;
-    ObjectRef factory = Connect(dir);
-    ObjectRef prop =
-        CallByName(factory, "NewObject", {"%Dictionary.PropertyDefinition", "A.B:Lines"})
-            .ToObject();
+    ObjectRef prop = NewObject(Connect(dir), kPropertyDef, "A.B:Lines");
     struct Case {
         const char* name;
         Variant value;
@@ -190,8 +154,7 @@ TEST(Required, AcceptsAnIntegerOrABoolean) {
 // The columns of one row of "Summary", by column name.
 std::map<std::string, std::string> SummaryRowOf(const ObjectRef& factory,
                                                 const std::string& className) {
-    ObjectRef query =
-        CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
+    ObjectRef query = CallByName(factory, "OpenQuery", {kClassDef, "Summary"}).ToObject();
     std::int32_t columns = GetByName(query, "ColumnCount").ToInt32();
     CallByName(query, "Execute");
     std::map<std::string, std::string> row;
@@ -211,14 +174,10 @@ TEST(OpenQuery, SummaryClassifiesUserAndServerClasses) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
-    ObjectRef special =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Special"})
-            .ToObject();
+    ObjectRef special = NewObject(factory, kClassDef, "Shop.Special");
     PutByName(special, "super", "Order");  // persistent through Shop.Order
     CallByName(special, "sys_Save");
-    ObjectRef address =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Address"})
-            .ToObject();
+    ObjectRef address = NewObject(factory, kClassDef, "Shop.Address");
     PutByName(address, "ClassType", "serial");
     CallByName(address, "sys_Save");
 
@@ -253,70 +212,45 @@ TEST(OpenQuery, SummaryClassifiesUserAndServerClasses) {
         EXPECT_EQ(row["Serial"], c.serial);
         EXPECT_EQ(row["System"], c.system);
     }
-}
-
-TEST(OpenQuery, RefusesOtherQueries) {
-    DataDir dir;
-    ObjectRef factory = Connect(dir);
     EXPECT_EQ(ErrorOf([&] {
-                  CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "All"});
+                  CallByName(factory, "OpenQuery", {kClassDef, "All"});
               }),
               "query %Dictionary.ClassDefinition:All does not exist");
 }
 
-TEST(SysSave, IsRefusedByTheServerForAUserWithoutDevelopment) {
+// Saves and deletes a user without "Development" makes, and changes to server classes.
+TEST(SysSave, IsRefusedByTheServerWhereTheUserOrClassForbidsIt) {
     DataDir dir;
-    SaveOrder(Connect(dir));
-    ObjectRef factory = Connect(dir, tavro_test::kViewer, tavro_test::kViewerPassword);
-    const std::string denied = "access denied: user viewer lacks the 'Development' permission";
-
-    ObjectRef fresh =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Line"}).ToObject();
-    EXPECT_EQ(ErrorOf([&] { CallByName(fresh, "sys_Save"); }), denied);
-    ObjectRef order =
-        CallByName(factory, "OpenObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
-            .ToObject();
-    PutByName(order, "Description", "changed");
-    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Save"); }), denied);
-    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Delete", {GetByName(order, "sys_OID")}); }),
-              denied);
-
-    ObjectRef reread =
-        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
-            .ToObject();
-    EXPECT_EQ(GetByName(reread, "Description").ToString(), "Orders");
-    EXPECT_EQ(
-        ErrorOf([&] {
-            CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Line"});
-        }),
-        "class definition Shop.Line does not exist");
-}
-
-TEST(SysSave, RefusesChangesToServerClasses) {
-    DataDir dir;
-    ObjectRef factory = Connect(dir);
-    ObjectRef def =
-        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "%Library.String"})
-            .ToObject();
-    EXPECT_EQ(GetByName(def, "ClassType").ToString(), "datatype");
-    EXPECT_EQ(ErrorOf([&] { CallByName(def, "sys_Save"); }),
+    ObjectRef developer = Connect(dir);
+    SaveOrder(developer);
+    ObjectRef server = ClassDefinition(developer, "%Library.String");
+    EXPECT_EQ(GetByName(server, "ClassType").ToString(), "datatype");
+    EXPECT_EQ(ErrorOf([&] { CallByName(server, "sys_Save"); }),
               "class %Library.String belongs to the server and cannot be changed");
+
+    ObjectRef factory = Connect(dir, tavro_test::kViewer, tavro_test::kViewerPassword);
+    ObjectRef fresh = NewObject(factory, kClassDef, "Shop.Line");
+    EXPECT_EQ(ErrorOf([&] { CallByName(fresh, "sys_Save"); }), kDenied);
+    ObjectRef order = ClassDefinition(factory, "Shop.Order", "OpenObjectById");
+    PutByName(order, "Description", "changed");
+    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Save"); }), kDenied);
+    EXPECT_EQ(ErrorOf([&] { CallByName(order, "sys_Delete", {GetByName(order, "sys_OID")}); }),
+              kDenied);
+    EXPECT_EQ(GetByName(ClassDefinition(factory, "Shop.Order"), "Description").ToString(),
+              "Orders");
+    EXPECT_EQ(ErrorOf([&] { ClassDefinition(factory, "Shop.Line"); }),
+              "class definition Shop.Line does not exist");
 }
 
 TEST(SysDelete, DeletesTheClassWithTheGivenOid) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
     SaveOrder(factory);
-    ObjectRef def =
-        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
-            .ToObject();
+    ObjectRef def = ClassDefinition(factory, "Shop.Order");
     CallByName(def, "sys_Delete", {GetByName(def, "sys_OID")});
     CallByName(def, "sys_Close");
-    EXPECT_EQ(
-        ErrorOf([&] {
-            CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"});
-        }),
-        "class definition Shop.Order does not exist");
+    EXPECT_EQ(ErrorOf([&] { ClassDefinition(factory, "Shop.Order"); }),
+              "class definition Shop.Order does not exist");
 }
 
 TEST(HasSecurityPermission, AnswersForTheConnectedUser) {

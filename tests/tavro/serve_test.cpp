@@ -6,12 +6,13 @@
 
 namespace {
 
-using automation::AutomationError;
 using automation::CallByName;
 using automation::GetByName;
 using automation::ObjectRef;
 using automation::PutByName;
 using tavro_test::DataDir;
+using tavro_test::ErrorOf;
+using tavro_test::NewObject;
 
 ObjectRef LoginOver(const automation::rpc::Server& server, const char* user, const char* password) {
     ObjectRef login = automation::rpc::Connect(server.Address());
@@ -30,34 +31,20 @@ TEST(Login, ServesSeveralClientsOverTheNetwork) {
 
     ObjectRef writer = LoginOver(server, tavro_test::kDeveloper, tavro_test::kDeveloperPassword);
     ObjectRef reader = LoginOver(server, tavro_test::kViewer, tavro_test::kViewerPassword);
-    ObjectRef def =
-        CallByName(writer, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    ObjectRef def = NewObject(writer, "%Dictionary.ClassDefinition", "Shop.Order");
     PutByName(def, "Description", "Orders");
-    ObjectRef prop =
-        CallByName(writer, "NewObject", {"%Dictionary.PropertyDefinition", "Shop.Order:Total"})
-            .ToObject();
+    ObjectRef prop = NewObject(writer, "%Dictionary.PropertyDefinition", "Shop.Order:Total");
     CallByName(GetByName(def, "Properties").ToObject(), "Insert", {prop});
     CallByName(def, "sys_Save");
 
-    ObjectRef seen =
-        CallByName(reader, "LoadObjectById", {"%Dictionary.ClassDefinition", "Shop.Order"})
-            .ToObject();
+    ObjectRef seen = tavro_test::ClassDefinition(reader, "Shop.Order");
     EXPECT_EQ(GetByName(seen, "Description").ToString(), "Orders");
     EXPECT_EQ(GetByName(GetByName(seen, "Properties").ToObject(), "Count").ToInt32(), 1);
     PutByName(seen, "Description", "mine now");
-    try {
-        CallByName(seen, "sys_Save");
-        ADD_FAILURE() << "no error";
-    } catch (const AutomationError& error) {
-        EXPECT_EQ(error.Description(),
-                  "access denied: user viewer lacks the 'Development' permission");
-    }
-    try {
-        LoginOver(server, tavro_test::kDeveloper, "guess");
-        ADD_FAILURE() << "no error";
-    } catch (const AutomationError& error) {
-        EXPECT_EQ(error.Description(), "access denied: wrong user name or password");
-    }
+    EXPECT_EQ(ErrorOf([&] { CallByName(seen, "sys_Save"); }),
+              "access denied: user viewer lacks the 'Development' permission");
+    EXPECT_EQ(ErrorOf([&] { LoginOver(server, tavro_test::kDeveloper, "guess"); }),
+              "access denied: wrong user name or password");
     server.Stop();
     server.Join();
 }

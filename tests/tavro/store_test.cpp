@@ -69,44 +69,29 @@ TEST(SaveClass, RefusesWritesThatTheActorMayNotMake) {
     auto store = tavro::OpenStore(dir.path());
     tavro::SaveClass(*store, "USER", Described("Shop.Order", "one"), kDev, false);
     tavro::SetDevelopment(*store, "dev", false);  // revoked: takes effect on the next write
+    const tavro::Actor viewer{"viewer"}, op{"op", true};
     struct Case {
         const char* name;
         tavro::Actor actor;
-        tavro::ClassDef def;
+        const char* className;
         bool replace;
         const char* message;
     };
     const Case cases[] = {
-        {"user without Development",
-         {"viewer"},
-         Described("Shop.Other", "x"),
-         false,
+        {"user without Development", viewer, "Shop.Other", false,
          "access denied: user viewer lacks the 'Development' permission"},
-        {"revoked user",
-         {"dev"},
-         Described("Shop.Order", "two"),
-         true,
+        {"revoked user", kDev, "Shop.Order", true,
          "access denied: user dev lacks the 'Development' permission"},
-        {"server class, even for the operator",
-         {"op", true},
-         Described("%Library.String", "x"),
-         true,
+        {"server class, even for the operator", op, "%Library.String", true,
          "class %Library.String belongs to the server and cannot be changed"},
-        {"new class over an existing one",
-         {"op", true},
-         Described("Shop.Order", "two"),
-         false,
+        {"new class over an existing one", op, "Shop.Order", false,
          "class Shop.Order already exists"},
-        {"bad name",
-         {"op", true},
-         Described("Shop..Order", "x"),
-         false,
-         "bad class name 'Shop..Order'"},
+        {"bad name", op, "Shop..Order", false, "bad class name 'Shop..Order'"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         try {
-            tavro::SaveClass(*store, "USER", c.def, c.actor, c.replace);
+            tavro::SaveClass(*store, "USER", Described(c.className, "two"), c.actor, c.replace);
             ADD_FAILURE() << "no error";
         } catch (const tavro::StoreError& error) {
             EXPECT_EQ(std::string(error.what()), c.message);

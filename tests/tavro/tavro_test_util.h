@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "hosts/tavro/objects/objects.h"
@@ -44,6 +45,31 @@ class DataDir {
 inline automation::ObjectRef Connect(const DataDir& dir, const char* user = kDeveloper,
                                      const char* password = kDeveloperPassword) {
     return tavro::NewSessionObject(tavro::OpenSession(dir.path(), "USER", user, password));
+}
+
+// The description of the automation error `action` raises, or "<no error>".
+inline std::string ErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const automation::AutomationError& error) {
+        return error.Description();
+    }
+    return "<no error>";
+}
+
+// A new object of class `className` through the session's factory, `id` naming it if given.
+inline automation::ObjectRef NewObject(const automation::ObjectRef& factory, const char* className,
+                                       const char* id = nullptr) {
+    automation::Args args{className};
+    if (id) args.push_back(id);
+    return automation::CallByName(factory, "NewObject", args).ToObject();
+}
+
+// The class definition `name` through `operation` ("LoadObjectById" or "OpenObjectById").
+inline automation::ObjectRef ClassDefinition(const automation::ObjectRef& factory, const char* name,
+                                             const char* operation = "LoadObjectById") {
+    return automation::CallByName(factory, operation, {"%Dictionary.ClassDefinition", name})
+        .ToObject();
 }
 
 }  // namespace tavro_test
