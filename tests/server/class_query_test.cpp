@@ -32,7 +32,7 @@ std::shared_ptr<FakeServer> ConnectedFake(std::shared_ptr<FakeQuery> query) {
     return fake;
 }
 
-TEST(LoadServerClassTypes, ClassifiesEachRowByItsFirstTrueFlag) {
+TEST(LoadServerClassTypes, ClassifiesEachRowByItsFirstTrueFlagAndFindsNamesInAnyCase) {
     struct Case {
         const char* name;
         Variant datatype, persistent, serial;
@@ -56,6 +56,8 @@ TEST(LoadServerClassTypes, ClassifiesEachRowByItsFirstTrueFlag) {
     query->columns = kShuffledColumns;
     for (const Case& c : cases)
         query->rows.push_back(Row(c.name, c.datatype, c.persistent, c.serial));
+    // Names are found without regard to case, and the first row of a name is kept.
+    query->rows.push_back(Row("USER.PERSON", one, zero, zero));
 
     server_test::ResetServerLink();
     auto ui = server_test::InstallScriptedUi();
@@ -70,26 +72,12 @@ TEST(LoadServerClassTypes, ClassifiesEachRowByItsFirstTrueFlag) {
         ASSERT_NE(desc, nullptr);
         EXPECT_EQ(desc->ClassType, c.classType);
     }
+    ASSERT_NE(types.Find("user.person"), nullptr);
+    EXPECT_EQ(types.Find("user.person")->ClassType, server::kPersistentClass);
+    EXPECT_EQ(types.Find("User.Persons"), nullptr);
     EXPECT_EQ(query->executes, 1);
     EXPECT_EQ(query->closes, 1);
     EXPECT_TRUE(ui->boxes.empty());
-}
-
-TEST(LoadServerClassTypes, FindsNamesWithoutRegardToCaseAndKeepsTheFirstRow) {
-    const Variant one = std::int32_t{1}, zero = std::int32_t{0};
-    auto query = std::make_shared<FakeQuery>();
-    query->columns = kShuffledColumns;
-    query->rows = {Row("User.Person", zero, one, zero), Row("USER.PERSON", one, zero, zero)};
-    server_test::ResetServerLink();
-    server_test::InstallScriptedUi();
-    ConnectedFake(query);
-    server::ClassTypes types;
-    server::LoadServerClassTypes(types);
-    ASSERT_EQ(types.Count(), 1u);
-    const server::ClassDesc* desc = types.Find("user.person");
-    ASSERT_NE(desc, nullptr);
-    EXPECT_EQ(desc->ClassType, server::kPersistentClass);
-    EXPECT_EQ(types.Find("User.Persons"), nullptr);
 }
 
 TEST(LoadServerClassTypes, MissingColumnEndsTheProcess) {

@@ -161,18 +161,4 @@ TEST(ConnectToServer, RefusesAUserWithoutDevelopmentOnTavroHost) {
     }
 }
 
-TEST(ClassDefinitionExists, OpensTheDefinitionById) {
-    server_test::TavroData data;
-    server_test::ResetServerLink();
-    auto ui = server_test::InstallScriptedUi();
-    EXPECT_FALSE(server::ClassDefinitionExists("%Library.String"));  // no connection yet
-    server_test::InstallTavroHost(
-        data, {"127.0.0.1:0:USER", server_test::kDeveloper, server_test::kDeveloperPassword});
-    std::string nameSpace;
-    ASSERT_TRUE(server::ConnectToServer(nameSpace));
-    EXPECT_TRUE(server::ClassDefinitionExists("%Library.String"));
-    EXPECT_FALSE(server::ClassDefinitionExists("Shop.Nowhere"));
-    EXPECT_TRUE(ui->boxes.empty());
-}
-
 }  // namespace

@@ -96,15 +96,11 @@ TEST(OpenConnection, ForwardsTheObjectOperationsToTheSession) {
         CallByName(factory, "ClassHandle", {"%Dictionary.CorvansilUtility"}).ToObject();
     EXPECT_TRUE(CallByName(utility, "SupportFeature", {"Security"}).ToBool());
     EXPECT_FALSE(CallByName(utility, "HasSecurityPermission").ToBool());
-    ObjectRef definition =
-        CallByName(factory, "LoadObjectById", {"%Dictionary.ClassDefinition", "%Library.String"})
-            .ToObject();
+    ObjectRef definition = tavro_test::ClassDefinition(factory, "%Library.String");
     EXPECT_EQ(automation::GetByName(definition, "name").ToString(), "%Library.String");
     // The optional initial value may be left out or given.
-    EXPECT_NE(CallByName(factory, "NewObject", {"%Dictionary.CorvansilUtility"}).ToObject(),
-              nullptr);
-    ObjectRef fresh =
-        CallByName(factory, "NewObject", {"%Dictionary.ClassDefinition", "Shop.Order"}).ToObject();
+    EXPECT_NE(tavro_test::NewObject(factory, "%Dictionary.CorvansilUtility"), nullptr);
+    ObjectRef fresh = tavro_test::NewObject(factory, "%Dictionary.ClassDefinition", "Shop.Order");
     EXPECT_EQ(automation::GetByName(fresh, "name").ToString(), "Shop.Order");
     EXPECT_NE(
         CallByName(factory, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject(),
@@ -209,10 +205,6 @@ TEST(InstallTavroFactory, LeavesOtherProgIdsToWhatWasThere) {
     platform::ResetObjects();
 }
 
-}  // namespace
-
-namespace {
-
 // The dialog shown on Qt's offscreen platform; `act` runs once it is up, then the dialog is
 // left as `act` left it.
 platform::ConnectionChoice RunDialog(const std::function<void(QDialog&)>& act) {
@@ -236,7 +228,7 @@ QLineEdit* Field(QDialog& dialog, const char* name) {
     return edit;
 }
 
-TEST(ShowConnectionDialog, GivesTheConnectionStringOfTheFields) {
+TEST(ShowConnectionDialog, GivesTheConnectionStringOfTheFieldsOrNoneWhenCancelled) {
     TavroEnvironment environment("db:1972:SHOP", "dev", "pw");
     std::vector<std::string> shown;
     platform::ConnectionChoice choice = RunDialog([&shown](QDialog& dialog) {
@@ -250,11 +242,7 @@ TEST(ShowConnectionDialog, GivesTheConnectionStringOfTheFields) {
     EXPECT_EQ(choice.connection, "db:1972:SALES");
     EXPECT_EQ(choice.user, "alice");
     EXPECT_EQ(choice.password, "pw");
-}
-
-TEST(ShowConnectionDialog, CancelGivesNoConnection) {
-    TavroEnvironment environment("db:1972:SHOP", "dev", "pw");
-    platform::ConnectionChoice choice = RunDialog([](QDialog& dialog) { dialog.reject(); });
+    choice = RunDialog([](QDialog& dialog) { dialog.reject(); });
     EXPECT_EQ(choice.connection, "");
 }
 

@@ -1,12 +1,8 @@
 #include "tests/server/server_test_util.h"
 
-#include <cstdlib>
-#include <filesystem>
-
 #include "automation/local_object.h"
 #include "hosts/rose/model/objects.h"
 #include "hosts/tavro/objects/objects.h"
-#include "hosts/tavro/store/store.h"
 #include "model/rose.h"
 #include "platform/objects.h"
 #include "server/server.h"
@@ -142,21 +138,6 @@ void InstallFakeFactory(const std::shared_ptr<FakeServer>& server) {
         ++server->factories;
         return NewFakeFactory(server);
     };
-}
-
-TavroData::TavroData() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "serverlink-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
-    tavro::InitStore(path_, kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
-    auto store = tavro::OpenStore(path_);
-    tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false,
-                   tavro::HashCost::Minimal);
-}
-
-TavroData::~TavroData() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 void InstallTavroHost(const TavroData& data, platform::ConnectionChoice choice,

@@ -11,6 +11,7 @@
 #include "hosts/rose/model/model.h"
 #include "platform/platform.h"
 #include "platform/tavro_factory.h"
+#include "tests/tavro/tavro_test_util.h"
 
 namespace server_test {
 
@@ -57,21 +58,11 @@ void InstallFakeFactory(const std::shared_ptr<FakeServer>& server);
 
 // A temporary tavro-host data directory with the users "dev" (Development) and "viewer"
 // (without); removed with the object.
-class TavroData {
-  public:
-    TavroData();
-    ~TavroData();
-    TavroData(const TavroData&) = delete;
-    TavroData& operator=(const TavroData&) = delete;
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
-inline constexpr const char* kDeveloper = "dev";
-inline constexpr const char* kDeveloperPassword = "dev-secret";
-inline constexpr const char* kViewer = "viewer";
-inline constexpr const char* kViewerPassword = "viewer-secret";
+using TavroData = tavro_test::DataDir;
+using tavro_test::kDeveloper;
+using tavro_test::kDeveloperPassword;
+using tavro_test::kViewer;
+using tavro_test::kViewerPassword;
 
 // Installs the real client factory with tavro-host's login object of `data` in-process as the
 // server's root, and a dialog that answers `choice` and counts itself in `*prompts`.
