@@ -14,23 +14,19 @@
 
 namespace {
 
-using e2e::Child;
 using e2e::CliEnvironment;
 using e2e::CountOf;
 using e2e::Exit;
 using e2e::RoseHost;
+using e2e::StartCli;
 using e2e::TavroServer;
 using e2e::TempDir;
 using namespace std::chrono_literals;
 
 constexpr int kFields = 12;
 
-#define SKIP_WITHOUT_PROGRAMS()                                                         \
-    do {                                                                                \
-        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {      \
-            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program; \
-        }                                                                               \
-    } while (false)
+#define SKIP_WITHOUT_PROGRAMS() \
+    if (!e2e::MissingProgram().empty()) GTEST_SKIP() << "not built: " << e2e::MissingProgram()
 
 std::string ClassName(const std::string& category, int i) {
     return category + ".Item" + std::to_string(i);
@@ -105,13 +101,6 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-std::unique_ptr<Child> StartCli(const TempDir& dir, const std::vector<std::string>& args,
-                                const e2e::Env& env) {
-    std::vector<std::string> argv = {"corvansil-cli"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return std::make_unique<Child>(dir, argv, env);
-}
-
 void ExpectNoSignal(const Exit& exit) {
     EXPECT_TRUE(exit.finished) << "still running after the limit";
     EXPECT_FALSE(exit.signalled) << "ended by signal " << exit.status << "\nerr:\n" << exit.err;
@@ -157,8 +146,7 @@ TEST(ExportClasses, ServerKilledMidRunLeavesEveryClassWholeOrAbsent) {
     RecordProperty("created_before_kill", static_cast<int>(created));
 
     // The restarted server takes the rest.
-    Exit rest = e2e::Run(dir, {"corvansil-cli", "export", "--all", "--keep-existing"},
-                         CliEnvironment(tavro, rose), "", 120s);
+    Exit rest = e2e::Cli(dir, {"export", "--all", "--keep-existing"}, CliEnvironment(tavro, rose));
     ExpectNoSignal(rest);
     EXPECT_EQ(rest.status, 0) << rest.out << rest.err;
     state = Inspect(tavro, "Bulk", kClasses);
@@ -225,8 +213,8 @@ TEST(ConnectToServer, WrongPasswordEndsTheRunNamingTheServer) {
     ASSERT_TRUE(tavro.Start());
     ASSERT_TRUE(rose.Start(WriteModel(dir, "Shop", 2)));
 
-    Exit exit = e2e::Run(dir, {"corvansil-cli", "export", "--all"},
-                         CliEnvironment(tavro, rose, "dev", "not-the-password"));
+    Exit exit =
+        e2e::Cli(dir, {"export", "--all"}, CliEnvironment(tavro, rose, "dev", "not-the-password"));
     ExpectNoSignal(exit);
     EXPECT_EQ(exit.status, 2);
     EXPECT_NE(exit.err.find(tavro.Connection()), std::string::npos) << exit.err;
@@ -241,8 +229,7 @@ TEST(ExportClass, UserWithoutDevelopmentIsRefusedByTheServer) {
     ASSERT_TRUE(tavro.Start());
     ASSERT_TRUE(rose.Start(WriteModel(dir, "Shop", 2)));
 
-    Exit exit =
-        e2e::Run(dir, {"corvansil-cli", "export", "--all"}, CliEnvironment(tavro, rose, "viewer"));
+    Exit exit = e2e::Cli(dir, {"export", "--all"}, CliEnvironment(tavro, rose, "viewer"));
     ExpectNoSignal(exit);
     // The add-in asks for the permission when it connects and stops before the first class.
     EXPECT_EQ(exit.status, 2);

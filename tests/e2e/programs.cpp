@@ -72,7 +72,12 @@ std::string Program(const std::string& name) {
     return std::string(CORVANSIL_BINARY_DIR) + (found == kWhere.end() ? "/" + name : found->second);
 }
 
-bool ProgramExists(const std::string& name) { return ::access(Program(name).c_str(), X_OK) == 0; }
+std::string MissingProgram() {
+    for (const char* name : {"tavro-host", "rose-host", "corvansil-cli"}) {
+        if (::access(Program(name).c_str(), X_OK) != 0) return name;
+    }
+    return "";
+}
 
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -182,6 +187,38 @@ Exit Run(const TempDir& dir, const std::vector<std::string>& argv, const Env& en
     return child.Wait(limit);
 }
 
+Exit Cli(const TempDir& dir, const std::vector<std::string>& args, const Env& env) {
+    std::vector<std::string> argv = {"corvansil-cli"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return Run(dir, argv, env, "", std::chrono::seconds(120));
+}
+
+std::unique_ptr<Child> StartCli(const TempDir& dir, const std::vector<std::string>& args,
+                                const Env& env) {
+    std::vector<std::string> argv = {"corvansil-cli"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return std::make_unique<Child>(dir, argv, env);
+}
+
+Installation::Installation(const TempDir& dir) {
+    const char* saved = std::getenv("CORVANSIL_REGISTRY");
+    had_ = saved != nullptr;
+    if (had_) saved_ = saved;
+    ::setenv("CORVANSIL_REGISTRY", (dir / "registry.reg").c_str(), 1);
+    std::string installDir = dir / "addin";
+    std::filesystem::create_directories(installDir);
+    install::RegisterAddIn(installDir, "Rose");
+    install::WritePropertyFile(installDir);
+}
+
+Installation::~Installation() {
+    if (had_) {
+        ::setenv("CORVANSIL_REGISTRY", saved_.c_str(), 1);
+    } else {
+        ::unsetenv("CORVANSIL_REGISTRY");
+    }
+}
+
 // --- tavro-host ---
 
 TavroServer::TavroServer(const TempDir& dir, bool withViewer)
@@ -227,13 +264,6 @@ void TavroServer::Kill() {
     child_.reset();
 }
 
-void TavroServer::Stop() {
-    if (!child_) return;
-    child_->Signal(SIGTERM);
-    child_->Wait(kStartLimit);
-    child_.reset();
-}
-
 std::string TavroServer::Connection(const std::string& ns) const { return address_ + ":" + ns; }
 
 Exit TavroServer::Command(const std::vector<std::string>& args) const {
@@ -246,21 +276,9 @@ Exit TavroServer::Command(const std::vector<std::string>& args) const {
 
 RoseHost::RoseHost(const TempDir& dir, const std::string& socketName)
     : dir_(dir), socket_(dir / socketName) {
-    std::string registry = dir / "registry.reg";
-    if (std::filesystem::exists(registry)) return;
-    // The installation writes the registry file the environment names; the test's own
-    // setting is put back afterwards.
-    const char* saved = std::getenv("CORVANSIL_REGISTRY");
-    std::string savedValue = saved ? saved : "";
-    ::setenv("CORVANSIL_REGISTRY", registry.c_str(), 1);
-    std::string installDir = dir / "addin";
-    std::filesystem::create_directories(installDir);
-    install::RegisterAddIn(installDir, "Rose");
-    install::WritePropertyFile(installDir);
-    if (saved) {
-        ::setenv("CORVANSIL_REGISTRY", savedValue.c_str(), 1);
-    } else {
-        ::unsetenv("CORVANSIL_REGISTRY");
+    // The model gets the add-in's property defaults from the registry the installation writes.
+    if (!std::filesystem::exists(dir / "registry.reg")) {
+        Installation installation(dir);
     }
 }
 

@@ -41,7 +41,8 @@ class TempDir {
 
 // The path of a program built by this build tree ("tavro-host", "rose-host", "corvansil-cli").
 std::string Program(const std::string& name);
-bool ProgramExists(const std::string& name);
+// The first of the three programs that is not built, or "" when all are.
+std::string MissingProgram();
 
 // One running program.
 class Child {
@@ -54,7 +55,6 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    pid_t pid() const { return pid_; }
     // What the child has written so far.
     std::string Out() const;
     std::string Err() const;
@@ -76,6 +76,24 @@ class Child {
 // Runs a program to its end.
 Exit Run(const TempDir& dir, const std::vector<std::string>& argv, const Env& env = {},
          const std::string& input = "", std::chrono::milliseconds limit = std::chrono::seconds(60));
+// `corvansil-cli ARGS...`, run to its end or started.
+Exit Cli(const TempDir& dir, const std::vector<std::string>& args, const Env& env);
+std::unique_ptr<Child> StartCli(const TempDir& dir, const std::vector<std::string>& args,
+                                const Env& env);
+
+// The add-in installed into DIR/addin with the registry file DIR/registry.reg, which stays the
+// process's registry while the object lives; the earlier setting is put back afterwards.
+class Installation {
+  public:
+    explicit Installation(const TempDir& dir);
+    ~Installation();
+    Installation(const Installation&) = delete;
+    Installation& operator=(const Installation&) = delete;
+
+  private:
+    bool had_ = false;
+    std::string saved_;
+};
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);
@@ -93,7 +111,6 @@ class TavroServer {
     bool Start();
     // Kills the server without letting it finish anything.
     void Kill();
-    void Stop();
     const std::string& dataDir() const { return dataDir_; }
     // "127.0.0.1:PORT:NS".
     std::string Connection(const std::string& ns = "USER") const;
@@ -121,7 +138,6 @@ class RoseHost {
     // `rose-host ARGS...` against this host's socket.
     Exit Command(const std::vector<std::string>& args) const;
     Env environment() const;
-    const std::string& socket() const { return socket_; }
     Child* child() { return child_.get(); }
 
   private:

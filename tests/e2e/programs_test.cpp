@@ -10,6 +10,7 @@
 
 namespace {
 
+using e2e::Cli;
 using e2e::CliEnvironment;
 using e2e::CountOf;
 using e2e::Exit;
@@ -27,17 +28,10 @@ const char* const kLibraryClasses[] = {"library.Book", "library.BookCategory", "
 
 #define SKIP_WITHOUT_PROGRAMS_OR_SAMPLE()                                                 \
     do {                                                                                  \
-        for (const char* program : {"tavro-host", "rose-host", "corvansil-cli"}) {        \
-            if (!e2e::ProgramExists(program)) GTEST_SKIP() << "not built: " << program;   \
-        }                                                                                 \
+        if (!e2e::MissingProgram().empty())                                               \
+            GTEST_SKIP() << "not built: " << e2e::MissingProgram();                       \
         if (!std::filesystem::exists(kLibrary)) GTEST_SKIP() << "no sample " << kLibrary; \
     } while (false)
-
-Exit Cli(const TempDir& dir, const std::vector<std::string>& args, const e2e::Env& env) {
-    std::vector<std::string> argv = {"corvansil-cli"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return e2e::Run(dir, argv, env, "", 120s);
-}
 
 // A run that ended by itself, with the status given; the output is shown when it did not.
 void ExpectEnded(const Exit& exit, int status) {
@@ -56,12 +50,25 @@ void ExportLibrary(const TempDir& dir, TavroServer& tavro, RoseHost& rose) {
     EXPECT_NE(exit.out.find("Export complete"), std::string::npos) << exit.out;
 }
 
-TEST(ExportClasses, EverySelectedClassOfTheSampleIsOnTheServer) {
+TEST(ExportClasses, OnlyTheNamedClassesThenEveryClassOfTheSampleAreOnTheServer) {
     SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
     TempDir dir("e2e-export");
     TavroServer tavro(dir);
     RoseHost rose(dir);
-    ExportLibrary(dir, tavro, rose);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(kLibrary));
+    ExpectEnded(Cli(dir, {"export", "library.B*"}, CliEnvironment(tavro, rose)), 0);
+    for (const auto& [className, status] : {std::pair{"library.Book", 0},
+                                            {"library.BookCategory", 0},
+                                            {"library.Writer", 1},
+                                            {"library.Library", 1}}) {
+        SCOPED_TRACE(className);
+        EXPECT_EQ(tavro.Command({"class", "show", "USER", className}).status, status);
+    }
+    Exit exit = Cli(dir, {"export", "--all"}, CliEnvironment(tavro, rose));
+    ExpectEnded(exit, 0);
+    EXPECT_EQ(CountOf(exit.out, "New Class Created"), 2U) << exit.out;
+    EXPECT_EQ(CountOf(exit.out, "Existing Class Replaced"), 2U) << exit.out;
 
     // Book as the file holds it: three attributes and the far end of its association with
     // Writer.
@@ -84,31 +91,6 @@ TEST(ExportClasses, EverySelectedClassOfTheSampleIsOnTheServer) {
         Exit show = tavro.Command({"class", "show", "USER", c.className});
         ExpectEnded(show, 0);
         for (const char* part : c.parts) EXPECT_NE(show.out.find(part), std::string::npos) << part;
-    }
-}
-
-TEST(ExportClasses, OnlyTheNamedClassesAreWritten) {
-    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
-    TempDir dir("e2e-export-named");
-    TavroServer tavro(dir);
-    RoseHost rose(dir);
-    ASSERT_TRUE(tavro.Start());
-    ASSERT_TRUE(rose.Start(kLibrary));
-
-    Exit exit = Cli(dir, {"export", "library.B*"}, CliEnvironment(tavro, rose));
-    ExpectEnded(exit, 0);
-
-    struct Case {
-        const char* className;
-        int status;
-    };
-    const Case cases[] = {{"library.Book", 0},
-                          {"library.BookCategory", 0},
-                          {"library.Writer", 1},
-                          {"library.Library", 1}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.className);
-        EXPECT_EQ(tavro.Command({"class", "show", "USER", c.className}).status, c.status);
     }
 }
 

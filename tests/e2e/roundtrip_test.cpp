@@ -18,7 +18,6 @@
 #include "hosts/tavro/store/store.h"
 #include "hosts/tavro/xml/class_xml.h"
 #include "import/import.h"
-#include "install/install.h"
 #include "model/model.h"
 #include "model/rose.h"
 #include "naming/naming.h"
@@ -69,35 +68,6 @@ void SelectAll(window::TransferWindow& form) {
         if (withId) availableIds.RemoveItem(0);
     }
 }
-
-// The add-in installed into a registry file of the test's own, as rose-host finds it; the
-// process's setting is put back when the test ends.
-class Installation {
-  public:
-    explicit Installation(const e2e::TempDir& dir) {
-        const char* saved = std::getenv("CORVANSIL_REGISTRY");
-        had_ = saved != nullptr;
-        if (had_) saved_ = saved;
-        ::setenv("CORVANSIL_REGISTRY", (dir / "registry.reg").c_str(), 1);
-        std::string installDir = dir / "addin";
-        std::filesystem::create_directories(installDir);
-        install::RegisterAddIn(installDir, "Rose");
-        install::WritePropertyFile(installDir);
-    }
-    ~Installation() {
-        if (had_) {
-            ::setenv("CORVANSIL_REGISTRY", saved_.c_str(), 1);
-        } else {
-            ::unsetenv("CORVANSIL_REGISTRY");
-        }
-    }
-    Installation(const Installation&) = delete;
-    Installation& operator=(const Installation&) = delete;
-
-  private:
-    bool had_ = false;
-    std::string saved_;
-};
 
 // The add-in's process-wide objects pointed at an in-process modelling tool and server.
 class World {
@@ -278,7 +248,7 @@ TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
         std::ostringstream report;
         report << c.file << "\n";
         e2e::TempDir dir("e2e-roundtrip");
-        Installation installation(dir);
+        e2e::Installation installation(dir);
         World world(dir);
 
         std::string pluginsPath = kSamples + "/" + c.pluginsPath;
