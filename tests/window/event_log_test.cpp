@@ -141,12 +141,4 @@ TEST(AddLogMsg, AppendsNumberedRowsFromOneAgainAfterClearing) {
     EXPECT_EQ(form->AddLogMsg("User.A", "", "", 0, false), 1);
 }
 
-TEST(StatusMessage, ReplacesTheStatusText) {
-    auto form = LoadedWindow(3);
-    form->StatusMessage("Connected to USER");
-    EXPECT_EQ(form->StatusText(), "Connected to USER");
-    form->StatusMessage("");
-    EXPECT_EQ(form->StatusText(), "");
-}
-
 }  // namespace
