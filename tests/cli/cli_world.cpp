@@ -122,16 +122,10 @@ bool CliWorld::Load(const std::string& className, tavro::ClassDef& def) const {
     return tavro::LoadClass(*store, "USER", className, def);
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
 std::vector<std::string> LinesStartingWith(const std::string& text, const std::string& prefix) {
     std::vector<std::string> lines;
-    for (const std::string& line : Lines(text)) {
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
         if (line.rfind(prefix, 0) == 0) lines.push_back(line);
     }
     return lines;

@@ -48,9 +48,7 @@ class CliWorld {
     bool roseRunning_ = true;
 };
 
-// The lines of `text`.
-std::vector<std::string> Lines(const std::string& text);
-// The lines that start with `prefix`.
+// The lines of `text` that start with `prefix`.
 std::vector<std::string> LinesStartingWith(const std::string& text, const std::string& prefix);
 
 }  // namespace cli_test
