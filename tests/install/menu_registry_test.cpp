@@ -85,31 +85,25 @@ TEST(WriteMenuFile, WritesTheSameFileEveryTime) {
     EXPECT_EQ(ReadFile(path), MenuFor(install.dir));
 }
 
+// The registry file after one installation under `base`, with the add-in in `dir`.
 std::string RegistryFor(const char* base, const std::string& dir, const char* debug = "0") {
-    std::string root = std::string("[HKEY_LOCAL_MACHINE\\") + base;
-    return std::string("REGEDIT4\r\n") + "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n" +
-           (std::string(base) == "SOFTWARE\\Microsoft\\Visual Modeler"
-                ? "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft]\r\n"
-                : "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Rational Software]\r\n") +
-           "\r\n" + root + "]\r\n" + "\r\n" + root + "\\AddIns]\r\n" + "\r\n" + root +
-           "\\AddIns\\Tavro]\r\n"
-           "\"Active\"=\"Yes\"\r\n"
-           "\"Company\"=\"Corvansil\"\r\n"
-           "\"Copyright\"=\"Copyright (C) 2026 Corvansil\"\r\n"
-           "\"InstallDir\"=\"" +
-           dir +
-           "\"\r\n"
-           "\"LanguageAddIn\"=\"No\"\r\n"
-           "\"MenuFile\"=\"Corvansil.mnu\"\r\n"
-           "\"PropertyFile\"=\"Corvansil.pty\"\r\n"
-           "\"Version\"=\"1.0.0.1.0\"\r\n"
-           "\r\n" +
-           root +
-           "\\AddIns\\Tavro\\CustomSettings]\r\n"
-           "\"Debug\"=\"" +
-           debug +
-           "\"\r\n"
-           "\r\n";
+    const std::string root = std::string("\r\n[HKEY_LOCAL_MACHINE\\") + base;
+    const bool msvm = std::string(base) == "SOFTWARE\\Microsoft\\Visual Modeler";
+    std::string text = std::string("REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE]\r\n") +
+                       "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\" +
+                       (msvm ? "Microsoft" : "Rational Software") + "]\r\n" + root + "]\r\n" +
+                       root + "\\AddIns]\r\n" + root + "\\AddIns\\Tavro]\r\n";
+    const std::pair<std::string, std::string> values[] = {
+        {"Active", "Yes"},
+        {"Company", "Corvansil"},
+        {"Copyright", "Copyright (C) 2026 Corvansil"},
+        {"InstallDir", dir},
+        {"LanguageAddIn", "No"},
+        {"MenuFile", "Corvansil.mnu"},
+        {"PropertyFile", "Corvansil.pty"},
+        {"Version", "1.0.0.1.0"}};
+    for (const auto& [name, value] : values) text += "\"" + name + "\"=\"" + value + "\"\r\n";
+    return text + root + "\\AddIns\\Tavro\\CustomSettings]\r\n\"Debug\"=\"" + debug + "\"\r\n\r\n";
 }
 
 TEST(RegisterAddIn, WritesTheNineValuesUnderTheHostsKey) {
