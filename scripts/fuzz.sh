@@ -8,6 +8,9 @@
 # when present), and crashing inputs to fuzz/crashes/<target>/ for inspection. Runs use one
 # job and one worker, since the machine is shared; fuzz/<target>.dict gives libFuzzer the
 # tokens of each format. Extra libFuzzer options may be given in $FUZZ_OPTIONS.
+#
+# Once fixed, a crashing input is kept, minimised (-minimize_crash=1), in
+# tests/fuzz_regress/<target>/, where the normal build's fuzz_regress_test replays it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root="$PWD"
