@@ -86,6 +86,13 @@ using Args = std::vector<Variant>;
 
 enum class CallKind : std::uint8_t { Get = 1, Put = 2, Method = 3 };
 
+// What the caller makes of a call, for objects of another process that can send a call ahead
+// without waiting for its reply. `Result`: the caller reads the result (or may). `NoResult`:
+// the result is dropped, so the call may travel without waiting. `ReadOnly`: the call reads
+// and changes nothing, so it may run while calls sent ahead to another process are still
+// unanswered.
+enum class CallUse : std::uint8_t { Result, NoResult, ReadOnly };
+
 // The dispatch interface. For a put, the value is the last argument.
 class Object {
   public:
@@ -97,6 +104,20 @@ class Object {
     // True when the object offers the interface with this identifier (a GUID text in
     // braces, compared without regard to letter case).
     virtual bool Implements(std::string_view iid) const = 0;
+
+    // Every interface identifier the object offers, so that a copy of the object in another
+    // process can answer `Implements` by itself; empty when it has to ask.
+    virtual std::vector<std::string> InterfaceIds() const { return {}; }
+
+    // The calls above, told how the caller uses them. An object of this process runs them the
+    // same way; a NoResult call gives an empty result.
+    virtual Variant InvokeAs(std::int32_t dispid, CallKind kind, const Args& args, CallUse) {
+        return Invoke(dispid, kind, args);
+    }
+    virtual Variant InvokeByNameAs(std::string_view name, CallKind kind, const Args& args,
+                                   CallUse) {
+        return InvokeByName(name, kind, args);
+    }
 };
 
 // Call helpers. Each raises `AutomationError` when `obj` is no object.
@@ -106,6 +127,12 @@ Variant Call(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
 Variant GetByName(const ObjectRef& obj, std::string_view name, const Args& args = {});
 void PutByName(const ObjectRef& obj, std::string_view name, Variant value);
 Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args = {});
+// Method calls whose result the caller drops.
+void CallNoResult(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
+void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args& args = {});
+// Method calls that only read.
+Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
+Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args = {});
 
 // The interface cast: returns `obj` itself when it implements `iid`, else raises
 // "No such interface supported". No object stays no object.

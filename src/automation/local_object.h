@@ -31,6 +31,7 @@ class LocalObject : public Object {
     Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override;
     Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) override;
     bool Implements(std::string_view iid) const override;
+    std::vector<std::string> InterfaceIds() const override;
 
   private:
     std::vector<std::string> iids_;

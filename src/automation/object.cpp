@@ -18,7 +18,7 @@ Variant Get(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
 }
 
 void Put(const ObjectRef& obj, std::int32_t dispid, Variant value) {
-    Require(obj)->Invoke(dispid, CallKind::Put, Args{std::move(value)});
+    Require(obj)->InvokeAs(dispid, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
 }
 
 Variant Call(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
@@ -30,11 +30,27 @@ Variant GetByName(const ObjectRef& obj, std::string_view name, const Args& args)
 }
 
 void PutByName(const ObjectRef& obj, std::string_view name, Variant value) {
-    Require(obj)->InvokeByName(name, CallKind::Put, Args{std::move(value)});
+    Require(obj)->InvokeByNameAs(name, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
 }
 
 Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args) {
     return Require(obj)->InvokeByName(name, CallKind::Method, args);
+}
+
+void CallNoResult(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
+    Require(obj)->InvokeAs(dispid, CallKind::Method, args, CallUse::NoResult);
+}
+
+void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args& args) {
+    Require(obj)->InvokeByNameAs(name, CallKind::Method, args, CallUse::NoResult);
+}
+
+Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
+    return Require(obj)->InvokeAs(dispid, CallKind::Method, args, CallUse::ReadOnly);
+}
+
+Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args) {
+    return Require(obj)->InvokeByNameAs(name, CallKind::Method, args, CallUse::ReadOnly);
 }
 
 bool SameIid(std::string_view a, std::string_view b) {
@@ -83,6 +99,8 @@ Variant LocalObject::InvokeByName(std::string_view name, CallKind kind, const Ar
     }
     throw AutomationError(std::string(kErrMemberNotFound));
 }
+
+std::vector<std::string> LocalObject::InterfaceIds() const { return iids_; }
 
 bool LocalObject::Implements(std::string_view iid) const {
     for (const std::string& own : iids_) {

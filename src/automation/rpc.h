@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 
 #include "automation/automation.h"
 
@@ -45,6 +46,47 @@ void SetPipelinePuts(bool on);
 // Waits for the replies of every call sent ahead on `object`'s connection and raises the
 // first error among them. Does nothing for an object of this process.
 void Sync(const ObjectRef& object);
+
+// Waits for the replies of every call sent ahead on every connection and raises the first
+// error among them (of the connection that got one first, the calls of a run being ordered).
+void SyncAll();
+
+// While one lives, every connection sends property puts and method calls whose result is
+// dropped (CallUse::NoResult) without waiting for their replies. A queued call that fails
+// stops every later call: the server answers the calls after it on its connection with the
+// same error, unrun, and a call that may change something on another connection first waits
+// for the calls sent ahead on this one. So the model and the server end up as one call at a
+// time would leave them, and the error surfaces at the next call that waits, or at Sync.
+//
+// A routine that opens a scope calls Sync before it returns and before it does anything
+// that is not an automation call, and `Run` does that for a body: it syncs after the body,
+// and when the body raises, syncs first so that an earlier failed call's error wins.
+class Pipeline {
+  public:
+    Pipeline();
+    ~Pipeline();  // syncs what is still queued, dropping its error (the body raised already)
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    void Sync() { SyncAll(); }
+
+    template <class Fn>
+    auto Run(Fn&& body) -> decltype(body()) {
+        try {
+            if constexpr (std::is_void_v<decltype(body())>) {
+                body();
+                Sync();
+            } else {
+                auto result = body();
+                Sync();
+                return result;
+            }
+        } catch (...) {
+            Sync();
+            throw;
+        }
+    }
+};
 
 // Connects to the server at `address` and returns its root object for this connection.
 // Raises AutomationError when nothing answers there or the server refuses the connection.

@@ -20,12 +20,28 @@ using detail::Clock;
 std::atomic<std::uint64_t> gCalls{0};
 std::atomic<std::uint64_t> gWaits{0};
 std::atomic<bool> gPipelinePuts{false};
+// Open Pipeline scopes.
+std::atomic<int> gPipelineDepth{0};
+
+// Kinds of object a server may introduce on one connection.
+constexpr std::uint32_t kMaxKinds = 4096;
 
 // Replies left unread at most; beyond it the client reads them before sending more, so that
 // neither side's buffers grow without bound.
 constexpr std::size_t kMaxAhead = 4096;
 
 class Proxy;
+class Connection;
+
+// Interface identifiers of a kind of object, as its server introduced them.
+using KindIids = std::shared_ptr<const std::vector<std::string>>;
+
+// Connections that have sent calls ahead at some time, so that a call that may change
+// something on one connection first waits for the calls sent ahead on the others.
+std::mutex gSentAheadMutex;
+std::vector<std::weak_ptr<Connection>> gSentAhead;
+
+void SyncOthers(const Connection* except);
 
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
@@ -34,10 +50,16 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     ObjectRef Hello();
     Variant Call(std::uint32_t handle, CallKind kind, std::int32_t dispid, std::string_view name,
-                 bool byName, const Args& args);
+                 bool byName, const Args& args, CallUse use);
     bool Implements(std::uint32_t handle, std::string_view iid);
     // Reads the replies of every call sent ahead and raises the first error among them.
     void Sync();
+    // The same when calls were sent ahead; nothing otherwise, even on a broken connection.
+    void SyncAhead() {
+        std::lock_guard lock(call_);
+        if (ahead_.empty() && outbox_.empty() && !aheadFailed_) return;
+        Sync();
+    }
     // The proxy `who` of `handle` is gone, having received the handle `count` times.
     void Release(std::uint32_t handle, std::uint32_t count, const Proxy* who);
 
@@ -51,7 +73,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
     [[noreturn]] void Break(std::string reason);
     WireValue ToWire(const Variant& v) const;
     Variant FromWire(const WireValue& v);
-    ObjectRef ProxyFor(std::uint32_t handle);
+    ObjectRef ProxyFor(std::uint32_t handle, KindIids iids);
+    KindIids KindOf(const ObjectHandle& handle);
+    void NoteSentAhead();
 
     int fd_;
     ClientOptions options_;
@@ -67,6 +91,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::vector<std::uint32_t> ahead_;
     bool aheadFailed_ = false;
     std::string aheadError_;
+    bool listedAhead_ = false;  // in gSentAhead
+    // The kinds the server introduced, by number from 1.
+    std::vector<KindIids> kinds_;
 
     struct Entry {
         const Proxy* proxy;
@@ -79,21 +106,34 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
 class Proxy : public Object {
   public:
-    Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle)
-        : connection_(std::move(connection)), handle_(handle) {}
+    Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle, KindIids iids)
+        : connection_(std::move(connection)), handle_(handle), iids_(std::move(iids)) {}
     ~Proxy() override { connection_->Release(handle_, received_.load(), this); }
 
     const std::shared_ptr<Connection>& Link() const { return connection_; }
 
     Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override {
-        return connection_->Call(handle_, kind, dispid, {}, /*byName=*/false, args);
+        return InvokeAs(dispid, kind, args, CallUse::Result);
     }
     Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) override {
-        return connection_->Call(handle_, kind, 0, name, /*byName=*/true, args);
+        return InvokeByNameAs(name, kind, args, CallUse::Result);
     }
-    // Answers come from the host once per interface and are kept: an object does not
-    // change its kind, and casts are frequent.
+    Variant InvokeAs(std::int32_t dispid, CallKind kind, const Args& args, CallUse use) override {
+        return connection_->Call(handle_, kind, dispid, {}, /*byName=*/false, args, use);
+    }
+    Variant InvokeByNameAs(std::string_view name, CallKind kind, const Args& args,
+                           CallUse use) override {
+        return connection_->Call(handle_, kind, 0, name, /*byName=*/true, args, use);
+    }
+    // Answered here when the server introduced the object's kind with it; otherwise asked
+    // once per interface and kept: an object does not change its kind, and casts are frequent.
     bool Implements(std::string_view iid) const override {
+        if (iids_) {
+            for (const std::string& own : *iids_) {
+                if (SameIid(own, iid)) return true;
+            }
+            return false;
+        }
         {
             std::lock_guard lock(cacheMutex_);
             for (const auto& [known, answer] : implements_) {
@@ -113,6 +153,7 @@ class Proxy : public Object {
   private:
     std::shared_ptr<Connection> connection_;
     std::uint32_t handle_;
+    KindIids iids_;
     std::atomic<std::uint32_t> received_{1};
     mutable std::mutex cacheMutex_;
     mutable std::vector<std::pair<std::string, bool>> implements_;
@@ -132,11 +173,15 @@ Connection::~Connection() {
 
 void Connection::Break(std::string reason) {
     broken_ = std::move(reason);
+    // Calls sent ahead get no answer now; the error raised here is theirs.
+    outbox_.clear();
+    ahead_.clear();
+    aheadFailed_ = false;
     shutdown(fd_, SHUT_RDWR);
     throw AutomationError(broken_);
 }
 
-ObjectRef Connection::ProxyFor(std::uint32_t handle) {
+ObjectRef Connection::ProxyFor(std::uint32_t handle, KindIids iids) {
     std::lock_guard lock(table_);
     auto it = proxies_.find(handle);
     if (it != proxies_.end()) {
@@ -147,7 +192,7 @@ ObjectRef Connection::ProxyFor(std::uint32_t handle) {
     }
     // A proxy of this handle may be dying on another thread; its release counts only what it
     // received, so the host keeps the handle alive for the new proxy.
-    auto proxy = std::make_shared<Proxy>(shared_from_this(), handle);
+    auto proxy = std::make_shared<Proxy>(shared_from_this(), handle, std::move(iids));
     proxies_[handle] = Entry{proxy.get(), proxy};
     return proxy;
 }
@@ -191,12 +236,30 @@ Variant Connection::FromWire(const WireValue& v) {
         case VariantType::String:
             return std::get<std::string>(v);
         case VariantType::Object: {
-            std::uint32_t id = std::get<ObjectHandle>(v).id;
-            if (id == 0) return ObjectRef{};
-            return ProxyFor(id);
+            const auto& handle = std::get<ObjectHandle>(v);
+            if (handle.id == 0) return ObjectRef{};
+            return ProxyFor(handle.id, KindOf(handle));
         }
     }
     return {};
+}
+
+// The interfaces of the handle's kind, learning them when the server introduces the kind; none
+// (ask the server) for an object it did not describe.
+KindIids Connection::KindOf(const ObjectHandle& handle) {
+    if (handle.kind == 0 || handle.kind > kMaxKinds) return nullptr;
+    if (kinds_.size() < handle.kind) kinds_.resize(handle.kind);
+    KindIids& known = kinds_[handle.kind - 1];
+    if (!handle.iids.empty()) known = std::make_shared<const std::vector<std::string>>(handle.iids);
+    return known;
+}
+
+void Connection::NoteSentAhead() {
+    if (listedAhead_) return;
+    listedAhead_ = true;
+    std::lock_guard lock(gSentAheadMutex);
+    std::erase_if(gSentAhead, [](const std::weak_ptr<Connection>& c) { return c.expired(); });
+    gSentAhead.push_back(weak_from_this());
 }
 
 void Connection::AppendReleases(std::string& frame) {
@@ -324,6 +387,10 @@ void Connection::CollectAhead() {
             aheadFailed_ = true;
             aheadError_ = std::move(reply.text);
         }
+        // A dropped object result still counts as received (the server holds it for us
+        // until released) and may introduce a kind.
+        if (reply.type == MessageType::Reply && !reply.values.empty())
+            FromWire(reply.values.front());
     }
     ahead_.clear();
 }
@@ -345,6 +412,7 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
     }
     gCalls.fetch_add(1, std::memory_order_relaxed);
     if (!wait) {
+        NoteSentAhead();
         outbox_ = std::move(frame);
         ahead_.push_back(request.requestId);
         if (outbox_.size() >= 65536 || ahead_.size() >= kMaxAhead) CollectAhead();
@@ -397,7 +465,7 @@ ObjectRef Connection::Hello() {
 }
 
 Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispid,
-                         std::string_view name, bool byName, const Args& args) {
+                         std::string_view name, bool byName, const Args& args, CallUse use) {
     if (args.size() > 0xffff) throw AutomationError(std::string(kErrBadArgCount));
     Message call;
     call.type = MessageType::Call;
@@ -408,7 +476,23 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     call.text = name;
     call.values.reserve(args.size());
     for (const Variant& arg : args) call.values.push_back(ToWire(arg));
-    return Roundtrip(call, /*wait=*/!(kind == CallKind::Put && options_.pipelinePuts));
+    bool ahead = false;
+    if (kind == CallKind::Put) {
+        ahead = options_.pipelinePuts || gPipelineDepth.load() > 0;
+    } else if (use == CallUse::NoResult && kind == CallKind::Method) {
+        ahead = gPipelineDepth.load() > 0;
+    }
+    // A call that may change something must not run while a call sent ahead elsewhere may
+    // have failed. A read may: it changes nothing, and when it fails the other connection's
+    // error, being earlier, is the one raised.
+    bool reads = kind == CallKind::Get || use == CallUse::ReadOnly;
+    if (!reads) SyncOthers(this);
+    try {
+        return Roundtrip(call, /*wait=*/!ahead);
+    } catch (const AutomationError&) {
+        if (reads) SyncOthers(this);
+        throw;
+    }
 }
 
 bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
@@ -419,12 +503,39 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
     return Roundtrip(ask).ToBool();
 }
 
+// Waits for the calls sent ahead on every connection but `except`. Only one connection has
+// calls ahead at a time (a call that may change something waits for the others first), so
+// the first error found is the earliest.
+void SyncOthers(const Connection* except) {
+    std::vector<std::shared_ptr<Connection>> others;
+    {
+        std::lock_guard lock(gSentAheadMutex);
+        for (const auto& weak : gSentAhead) {
+            auto connection = weak.lock();
+            if (connection && connection.get() != except) others.push_back(std::move(connection));
+        }
+    }
+    for (const auto& connection : others) connection->SyncAhead();
+}
+
 }  // namespace
 
 std::uint64_t CallCount() { return gCalls.load(std::memory_order_relaxed); }
 std::uint64_t WaitCount() { return gWaits.load(std::memory_order_relaxed); }
 
 void SetPipelinePuts(bool on) { gPipelinePuts.store(on); }
+
+void SyncAll() { SyncOthers(nullptr); }
+
+Pipeline::Pipeline() { gPipelineDepth.fetch_add(1); }
+
+Pipeline::~Pipeline() {
+    gPipelineDepth.fetch_sub(1);
+    try {
+        SyncAll();
+    } catch (const AutomationError&) {
+    }
+}
 
 void Sync(const ObjectRef& object) {
     auto* proxy = dynamic_cast<const Proxy*>(object.get());

@@ -50,6 +50,9 @@ struct Reader {
     }
 };
 
+// The value tag of an object handle that carries its kind.
+constexpr std::uint8_t kKindTag = 6;
+
 void PutU8(std::string& out, std::uint8_t v) { out.push_back(static_cast<char>(v)); }
 
 void PutU16(std::string& out, std::uint16_t v) {
@@ -67,6 +70,15 @@ void PutText(std::string& out, std::string_view s) {
 }
 
 void PutValue(std::string& out, const WireValue& v) {
+    if (const auto* object = std::get_if<ObjectHandle>(&v);
+        object != nullptr && object->kind != 0) {
+        PutU8(out, kKindTag);
+        PutU32(out, object->id);
+        PutU32(out, object->kind);
+        PutU16(out, static_cast<std::uint16_t>(object->iids.size()));
+        for (const std::string& iid : object->iids) PutText(out, iid);
+        return;
+    }
     PutU8(out, static_cast<std::uint8_t>(v.index()));
     switch (static_cast<VariantType>(v.index())) {
         case VariantType::Empty:
@@ -111,6 +123,16 @@ WireValue ReadValue(Reader& r) {
             return r.Text();
         case 5:
             return ObjectHandle{r.U32()};
+        case kKindTag: {
+            ObjectHandle object;
+            object.id = r.U32();
+            object.kind = r.U32();
+            std::uint16_t count = r.U16();
+            for (std::uint16_t i = 0; i < count && r.status == FrameStatus::Ok; ++i) {
+                object.iids.push_back(r.Text());
+            }
+            return object;
+        }
         default:
             --r.pos;
             r.Fail(FrameStatus::BadField);
@@ -236,7 +258,8 @@ void EncodeFrame(const Message& message, std::string& out) {
         case MessageType::Call:
             PutU32(out, message.handle);
             PutU8(out, static_cast<std::uint8_t>(message.kind));
-            PutU8(out, static_cast<std::uint8_t>((message.byName ? 1 : 0) | (message.noWait ? 2 : 0)));
+            PutU8(out,
+                  static_cast<std::uint8_t>((message.byName ? 1 : 0) | (message.noWait ? 2 : 0)));
             if (message.byName) {
                 PutText(out, message.text);
             } else {

@@ -3,8 +3,9 @@
 // A frame is a 32-bit little-endian length (of what follows it), a message type byte, a 32-bit
 // request id and the message's fields. Integers are little-endian; a text is a 32-bit length
 // and its UTF-8 bytes; a value is a type byte (the order of `VariantType`) and its data, an
-// object being a 32-bit handle (0 for no object). Every request but a release carries an id
-// that its reply repeats, so that replies can later be matched to calls sent ahead of them.
+// object being a 32-bit handle (0 for no object), or, tagged 6, a handle, its kind and the
+// kind's interface identifiers (a 16-bit count and texts). Every request but a release carries an
+// id that its reply repeats, so that replies can later be matched to calls sent ahead of them.
 #pragma once
 
 #include <cstddef>
@@ -31,9 +32,16 @@ enum class MessageType : std::uint8_t {
 inline constexpr std::string_view kHelloMagic = "corvansil-rpc";
 inline constexpr std::uint32_t kProtocolVersion = 1;
 
-// An object as it travels: a handle in the table of the connection's server side.
+// An object as it travels: a handle in the table of the connection's server side. The server
+// may tell the object's kind with a handle new to the client: a number per connection, with
+// the kind's interface identifiers the first time that number is sent.
 struct ObjectHandle {
+    ObjectHandle() = default;
+    ObjectHandle(std::uint32_t handleId) : id(handleId) {}
+
     std::uint32_t id = 0;
+    std::uint32_t kind = 0;         // 0: not told
+    std::vector<std::string> iids;  // only with the first handle of its kind
     bool operator==(const ObjectHandle&) const = default;
 };
 

@@ -42,6 +42,8 @@ struct Peer {
     // not seen yet.
     bool batchFailed = false;
     std::string batchError;
+    // Kinds of object introduced to the client, by their interface identifiers joined.
+    std::unordered_map<std::string, std::uint32_t> kinds;
 };
 
 }  // namespace
@@ -70,18 +72,42 @@ auto InHost(State& s, Fn&& fn) {
     return fn();
 }
 
-std::uint32_t HandleFor(State& s, Peer& peer, const ObjectRef& obj) {
-    if (!obj) return 0;
+// Kinds told per connection at most; objects beyond leave the client to ask.
+constexpr std::uint32_t kMaxKinds = 4096;
+
+// Tells the client the kind of an object it has no handle of yet, so that it answers interface
+// casts itself: the kind's number, with its interfaces the first time.
+void Introduce(State& s, Peer& peer, const ObjectRef& obj, ObjectHandle& out) {
+    std::vector<std::string> iids = InHost(s, [&] { return obj->InterfaceIds(); });
+    if (iids.empty()) return;
+    std::string key;
+    for (const std::string& iid : iids) key += iid + '\n';
+    auto found = peer.kinds.find(key);
+    if (found != peer.kinds.end()) {
+        out.kind = found->second;
+        return;
+    }
+    if (peer.kinds.size() >= kMaxKinds) return;
+    out.kind = static_cast<std::uint32_t>(peer.kinds.size() + 1);
+    peer.kinds.emplace(std::move(key), out.kind);
+    out.iids = std::move(iids);
+}
+
+ObjectHandle HandleFor(State& s, Peer& peer, const ObjectRef& obj) {
+    ObjectHandle out;
+    if (!obj) return out;
     auto found = peer.ids.find(obj.get());
     if (found != peer.ids.end()) {
         ++peer.handles[found->second].sent;
-        return found->second;
+        out.id = found->second;
+        return out;
     }
-    std::uint32_t id = peer.nextHandle++;
-    peer.handles[id] = HandleEntry{obj, 1};
-    peer.ids[obj.get()] = id;
+    out.id = peer.nextHandle++;
+    peer.handles[out.id] = HandleEntry{obj, 1};
+    peer.ids[obj.get()] = out.id;
     ++s.handleCount;
-    return id;
+    Introduce(s, peer, obj, out);
+    return out;
 }
 
 // The object a handle stands for; raises AutomationError for a handle the client never had.
@@ -127,7 +153,7 @@ WireValue ToWire(State& s, Peer& peer, const Variant& v) {
         case VariantType::String:
             return v.AsString();
         case VariantType::Object:
-            return ObjectHandle{HandleFor(s, peer, v.AsObject())};
+            return HandleFor(s, peer, v.AsObject());
     }
     return {};
 }

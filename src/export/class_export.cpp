@@ -1,5 +1,6 @@
 #include <string>
 
+#include "automation/rpc.h"
 #include "export/export.h"
 #include "export/export_internal.h"
 #include "model/rose.h"
@@ -118,6 +119,23 @@ std::int16_t ExportRelationships(const std::string& className, const ObjectRef& 
     return invalid;
 }
 
+// The class's own keywords and flags on its definition.
+void WriteClassKeywords(const ObjectRef& roseClass, const ObjectRef& definition) {
+    automation::PutByName(definition, member::kDescription, rose::DocText(roseClass));
+    automation::PutByName(definition, member::kAbstract, rose::IsAbstract(roseClass));
+    std::string superClasses = SuperClassList(roseClass);
+    if (rose::IsPersistent(roseClass)) {
+        automation::PutByName(definition, member::kClassType, "persistent");
+        if (superClasses.empty()) superClasses = "%Persistent";
+    } else {
+        automation::PutByName(
+            definition, member::kClassType,
+            rose::GetToolProperty(roseClass, install::kToolTavro, kClassTypeProperty));
+    }
+    automation::PutByName(definition, member::kSuper, superClasses);
+    WriteKeywords(roseClass, definition, install::kClassKeywords);
+}
+
 }  // namespace
 
 std::string AppendToList(const std::string& list, const std::string& item) {
@@ -138,19 +156,11 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
         SendClassXml(roseClass);
         ObjectRef definition = DefinitionToFill(className);
 
-        automation::PutByName(definition, member::kDescription, rose::DocText(roseClass));
-        automation::PutByName(definition, member::kAbstract, rose::IsAbstract(roseClass));
-        std::string superClasses = SuperClassList(roseClass);
-        if (rose::IsPersistent(roseClass)) {
-            automation::PutByName(definition, member::kClassType, "persistent");
-            if (superClasses.empty()) superClasses = "%Persistent";
-        } else {
-            automation::PutByName(
-                definition, member::kClassType,
-                rose::GetToolProperty(roseClass, install::kToolTavro, kClassTypeProperty));
+        {
+            // The writes go without waiting; any error among them still ends up here.
+            automation::rpc::Pipeline pipeline;
+            pipeline.Run([&] { WriteClassKeywords(roseClass, definition); });
         }
-        automation::PutByName(definition, member::kSuper, superClasses);
-        WriteKeywords(roseClass, definition, install::kClassKeywords);
 
         message +=
             CountText(ExportProperties(className, definition, roseClass), "Property", "Properties");
@@ -159,8 +169,13 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                              "Relationships");
 
         // The save's status is not examined: a refused save raises an error instead.
-        automation::CallByName(definition, member::kSysSave);
-        automation::CallByName(definition, member::kSysClose);
+        {
+            automation::rpc::Pipeline pipeline;
+            pipeline.Run([&] {
+                automation::CallByNameNoResult(definition, member::kSysSave);
+                automation::CallByNameNoResult(definition, member::kSysClose);
+            });
+        }
         return existed ? kClassReplaced : kClassCreated;
     } catch (const std::exception& error) {
         message += error.what();

@@ -1,3 +1,4 @@
+#include "automation/rpc.h"
 #include "export/export.h"
 #include "export/export_internal.h"
 #include "model/rose.h"
@@ -32,20 +33,25 @@ std::string FormalSpecOf(const ObjectRef& operation) {
 bool ExportMethod(const std::string& className, const ObjectRef& definition,
                   const ObjectRef& operation) {
     try {
-        ObjectRef methods = automation::GetByName(definition, member::kMethods).ToObject();
-        std::string name = rose::Name(operation);
-        ObjectRef method = FindDefinitionMember(methods, name);
-        if (!method) method = NewServerObject(member::kMethodDefinition, className + ":" + name);
+        // The writes go without waiting; any error among them still ends up here.
+        automation::rpc::Pipeline pipeline;
+        return pipeline.Run([&] {
+            ObjectRef methods = automation::GetByName(definition, member::kMethods).ToObject();
+            std::string name = rose::Name(operation);
+            ObjectRef method = FindDefinitionMember(methods, name);
+            if (!method)
+                method = NewServerObject(member::kMethodDefinition, className + ":" + name);
 
-        automation::PutByName(method, member::kReturnType,
-                              ServerTypeOfRoseType(rose::ReturnTypeName(operation)));
-        automation::PutByName(method, member::kFormalSpec, FormalSpecOf(operation));
-        automation::PutByName(method, member::kDescription, rose::DocText(operation));
-        bool isPrivate = rose::ExportValue(rose::OperationExportControl(operation)) != 0;
-        automation::PutByName(method, member::kPrivate, isPrivate);
-        WriteKeywords(operation, method, install::kOperationKeywords);
-        automation::CallByName(methods, member::kInsert, {method});
-        return true;
+            automation::PutByName(method, member::kReturnType,
+                                  ServerTypeOfRoseType(rose::ReturnTypeName(operation)));
+            automation::PutByName(method, member::kFormalSpec, FormalSpecOf(operation));
+            automation::PutByName(method, member::kDescription, rose::DocText(operation));
+            bool isPrivate = rose::ExportValue(rose::OperationExportControl(operation)) != 0;
+            automation::PutByName(method, member::kPrivate, isPrivate);
+            WriteKeywords(operation, method, install::kOperationKeywords);
+            automation::CallByNameNoResult(methods, member::kInsert, {method});
+            return true;
+        });
     } catch (const std::exception&) {
         return false;
     }

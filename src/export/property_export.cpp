@@ -2,6 +2,7 @@
 #include <cctype>
 #include <string_view>
 
+#include "automation/rpc.h"
 #include "export/export.h"
 #include "export/export_internal.h"
 #include "model/rose.h"
@@ -82,15 +83,44 @@ std::string StreamCollectionOf(const std::string& roseType) {
 // are the server's defaults too.
 void WriteParameters(const ObjectRef& attribute, const ObjectRef& property) {
     ObjectRef parameters = automation::GetByName(property, member::kParameters).ToObject();
-    automation::CallByName(parameters, member::kClear);
+    automation::CallByNameNoResult(parameters, member::kClear);
     ObjectRef toolProperties = rose::ToolProperties(attribute, install::kToolParameter);
     std::int16_t count = rose::Count(toolProperties);
     for (std::int16_t i = 1; i <= count; ++i) {
         std::string name = rose::ToolPropertyName(rose::ToolPropertyAt(toolProperties, i));
         if (!rose::HasOwnToolProperty(attribute, install::kToolParameter, name)) continue;
         std::string value = rose::GetToolProperty(attribute, install::kToolParameter, name);
-        automation::CallByName(parameters, member::kSetAt, {value, name});
+        automation::CallByNameNoResult(parameters, member::kSetAt, {value, name});
     }
+}
+
+// The property of the attribute, filled and inserted into the definition's properties.
+bool WriteProperty(const std::string& className, const ObjectRef& definition,
+                   const ObjectRef& attribute) {
+    ObjectRef properties = automation::GetByName(definition, member::kProperties).ToObject();
+    std::string name = rose::Name(attribute);
+
+    ObjectRef property = FindDefinitionMember(properties, name);
+    if (!property) property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
+
+    std::string type = ServerTypeOfAttribute(attribute);
+    automation::PutByName(property, member::kType, type);
+    automation::PutByName(property, member::kDescription, rose::DocText(attribute));
+    bool isPrivate = rose::ExportValue(rose::AttributeExportControl(attribute)) != 0;
+    automation::PutByName(property, member::kPrivate, isPrivate);
+    std::string collection = CollectionOfModelValue(
+        rose::GetToolProperty(attribute, install::kToolTavro, kCollectionProperty));
+    automation::PutByName(property, member::kCollection, collection);
+    if (type == "%Stream") {
+        std::string streamCollection = StreamCollectionOf(rose::TypeName(attribute));
+        if (!streamCollection.empty()) {
+            automation::PutByName(property, member::kCollection, streamCollection);
+        }
+    }
+    WriteKeywords(attribute, property, install::kAttributeKeywords);
+    WriteParameters(attribute, property);
+    automation::CallByNameNoResult(properties, member::kInsert, {property});
+    return true;
 }
 
 }  // namespace
@@ -107,30 +137,9 @@ std::string ServerTypeOfRoseType(const std::string& roseType) {
 bool ExportProperty(const std::string& className, const ObjectRef& definition,
                     const ObjectRef& attribute) {
     try {
-        ObjectRef properties = automation::GetByName(definition, member::kProperties).ToObject();
-        std::string name = rose::Name(attribute);
-        ObjectRef property = FindDefinitionMember(properties, name);
-        if (!property)
-            property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
-
-        std::string type = ServerTypeOfAttribute(attribute);
-        automation::PutByName(property, member::kType, type);
-        automation::PutByName(property, member::kDescription, rose::DocText(attribute));
-        bool isPrivate = rose::ExportValue(rose::AttributeExportControl(attribute)) != 0;
-        automation::PutByName(property, member::kPrivate, isPrivate);
-        std::string collection = CollectionOfModelValue(
-            rose::GetToolProperty(attribute, install::kToolTavro, kCollectionProperty));
-        automation::PutByName(property, member::kCollection, collection);
-        if (type == "%Stream") {
-            std::string streamCollection = StreamCollectionOf(rose::TypeName(attribute));
-            if (!streamCollection.empty()) {
-                automation::PutByName(property, member::kCollection, streamCollection);
-            }
-        }
-        WriteKeywords(attribute, property, install::kAttributeKeywords);
-        WriteParameters(attribute, property);
-        automation::CallByName(properties, member::kInsert, {property});
-        return true;
+        // The writes go without waiting; any error among them still ends up here.
+        automation::rpc::Pipeline pipeline;
+        return pipeline.Run([&] { return WriteProperty(className, definition, attribute); });
     } catch (const std::exception&) {
         return false;
     }

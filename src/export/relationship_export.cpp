@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "automation/rpc.h"
 #include "export/export.h"
 #include "export/export_internal.h"
 #include "model/rose.h"
@@ -67,41 +68,47 @@ bool ExportRelationship(const std::string& className, const ObjectRef& definitio
                         const ObjectRef& association, const ObjectRef& role,
                         const ObjectRef& oppositeRole) {
     try {
-        ObjectRef properties = automation::GetByName(definition, member::kProperties).ToObject();
-        std::string name = rose::Name(role);
-        ObjectRef property = FindDefinitionMember(properties, name);
-        if (!property)
-            property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
+        // The writes go without waiting; any error among them still ends up here.
+        automation::rpc::Pipeline pipeline;
+        return pipeline.Run([&] {
+            ObjectRef properties =
+                automation::GetByName(definition, member::kProperties).ToObject();
+            std::string name = rose::Name(role);
+            ObjectRef property = FindDefinitionMember(properties, name);
+            if (!property)
+                property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
 
-        automation::PutByName(property, member::kType, ServerTypeOfRole(role));
-        automation::PutByName(property, member::kDescription, rose::DocText(association));
-        bool isPrivate = rose::ExportValue(rose::RoleExportControl(role)) != 0;
-        automation::PutByName(property, member::kPrivate, isPrivate);
+            automation::PutByName(property, member::kType, ServerTypeOfRole(role));
+            automation::PutByName(property, member::kDescription, rose::DocText(association));
+            bool isPrivate = rose::ExportValue(rose::RoleExportControl(role)) != 0;
+            automation::PutByName(property, member::kPrivate, isPrivate);
 
-        const MultiplicityRule& rule = RuleOf(rose::Multiplicity(role));
-        if (rule.invalid) return false;
-        const char* collection = "";
-        if (rule.manyValued) {
-            collection = AssociationCollectionOf(
-                rose::GetToolProperty(association, install::kToolTavro, kCollectionProperty));
-        }
-        if (collection != nullptr) automation::PutByName(property, member::kCollection, collection);
-        automation::PutByName(property, member::kRequired, rule.required);
-
-        std::string inverse = rose::Name(oppositeRole);
-        if (!inverse.empty()) {
-            automation::PutByName(property, member::kRelationship, true);
-            automation::PutByName(property, member::kInverse, inverse);
-            bool owner = HasOwner(association, role, oppositeRole);
-            const char* cardinality = owner ? rule.ownedCardinality : rule.cardinality;
-            if (cardinality != nullptr) {
-                automation::PutByName(property, member::kCardinality, cardinality);
-                automation::PutByName(property, member::kRequired, rule.required != 0);
+            const MultiplicityRule& rule = RuleOf(rose::Multiplicity(role));
+            if (rule.invalid) return false;
+            const char* collection = "";
+            if (rule.manyValued) {
+                collection = AssociationCollectionOf(
+                    rose::GetToolProperty(association, install::kToolTavro, kCollectionProperty));
             }
-        }
-        WriteKeywords(association, property, install::kAssociationKeywords);
-        automation::CallByName(properties, member::kInsert, {property});
-        return true;
+            if (collection != nullptr)
+                automation::PutByName(property, member::kCollection, collection);
+            automation::PutByName(property, member::kRequired, rule.required);
+
+            std::string inverse = rose::Name(oppositeRole);
+            if (!inverse.empty()) {
+                automation::PutByName(property, member::kRelationship, true);
+                automation::PutByName(property, member::kInverse, inverse);
+                bool owner = HasOwner(association, role, oppositeRole);
+                const char* cardinality = owner ? rule.ownedCardinality : rule.cardinality;
+                if (cardinality != nullptr) {
+                    automation::PutByName(property, member::kCardinality, cardinality);
+                    automation::PutByName(property, member::kRequired, rule.required != 0);
+                }
+            }
+            WriteKeywords(association, property, install::kAssociationKeywords);
+            automation::CallByNameNoResult(properties, member::kInsert, {property});
+            return true;
+        });
     } catch (const std::exception&) {
         return false;
     }

@@ -1,3 +1,4 @@
+#include "automation/rpc.h"
 #include "import/import.h"
 #include "import/import_internal.h"
 #include "model/rose.h"
@@ -79,35 +80,39 @@ void MarkReference(const Ends& ends, const std::string& collection, bool require
 
 ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& typeName,
                                const ObjectRef& roseClass) {
-    ObjectRef category = naming::FindOrCreateCategory(naming::QualifyClassName(typeName));
-    std::string targetPath = rose::QualifiedName(category) +
-                             "::" + naming::ShortClassName(ServerText(propDef, m::kType));
-    std::string propName = ServerText(propDef, m::kName);
-    std::string inverse = ServerText(propDef, m::kInverse);
-    bool relationship = ServerFlag(propDef, m::kRelationship);
+    // The model writes go without waiting; an error among them still surfaces here.
+    automation::rpc::Pipeline pipeline;
+    return pipeline.Run([&] {
+        ObjectRef category = naming::FindOrCreateCategory(naming::QualifyClassName(typeName));
+        std::string targetPath = rose::QualifiedName(category) +
+                                 "::" + naming::ShortClassName(ServerText(propDef, m::kType));
+        std::string propName = ServerText(propDef, m::kName);
+        std::string inverse = ServerText(propDef, m::kInverse);
+        bool relationship = ServerFlag(propDef, m::kRelationship);
 
-    Ends ends;
-    if (relationship) ends = FindRelationship(roseClass, propName, inverse);
-    if (!ends.association) {
-        ends.association = rose::CreateAssociation(roseClass, "", targetPath);
-        ends.far = rose::OtherRoleOf(ends.association, roseClass);
-        ends.near = rose::RoleOf(ends.association, roseClass);
-        rose::SetIsNavigable(ends.near, false);
-    }
-    rose::SetName(ends.far, propName);
-    rose::SetIsNavigable(ends.far, true);
-    rose::SetName(ends.near, inverse);
-    rose::SetDocText(ends.association, ServerText(propDef, m::kDescription));
-    rose::SetExportValue(rose::RoleExportControl(ends.far),
-                         ExportValueOf(ServerFlag(propDef, m::kPrivate)));
-    bool required = ServerFlag(propDef, m::kRequired);
-    if (relationship) {
-        MarkRelationship(ends, ServerText(propDef, m::kCardinality), required);
-    } else {
-        MarkReference(ends, ServerText(propDef, m::kCollection), required);
-    }
-    WriteKeywords(ends.association, propDef, install::kAssociationKeywords);
-    return Done;
+        Ends ends;
+        if (relationship) ends = FindRelationship(roseClass, propName, inverse);
+        if (!ends.association) {
+            ends.association = rose::CreateAssociation(roseClass, "", targetPath);
+            ends.far = rose::OtherRoleOf(ends.association, roseClass);
+            ends.near = rose::RoleOf(ends.association, roseClass);
+            rose::SetIsNavigable(ends.near, false);
+        }
+        rose::SetName(ends.far, propName);
+        rose::SetIsNavigable(ends.far, true);
+        rose::SetName(ends.near, inverse);
+        rose::SetDocText(ends.association, ServerText(propDef, m::kDescription));
+        rose::SetExportValue(rose::RoleExportControl(ends.far),
+                             ExportValueOf(ServerFlag(propDef, m::kPrivate)));
+        bool required = ServerFlag(propDef, m::kRequired);
+        if (relationship) {
+            MarkRelationship(ends, ServerText(propDef, m::kCardinality), required);
+        } else {
+            MarkReference(ends, ServerText(propDef, m::kCollection), required);
+        }
+        WriteKeywords(ends.association, propDef, install::kAssociationKeywords);
+        return Done;
+    });
 }
 
 }  // namespace importing

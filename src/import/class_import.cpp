@@ -2,6 +2,7 @@
 #include <cctype>
 #include <exception>
 
+#include "automation/rpc.h"
 #include "import/import.h"
 #include "import/import_internal.h"
 #include "model/rose.h"
@@ -141,30 +142,38 @@ ImportResult ImportClass(const ObjectRef& classDef) {
 
 ImportResult SetClassProperties(const ObjectRef& classDef, const ObjectRef& roseClass) {
     try {
-        std::string className = ServerText(classDef, m::kName);
-        rose::SetDocText(roseClass, ServerText(classDef, m::kDescription));
-        rose::SetIsPersistent(roseClass, ServerText(classDef, m::kClassType) == "persistent");
-        rose::SetIsAbstract(roseClass, ServerFlag(classDef, m::kAbstract));
-        LinkSuperclasses(roseClass, ServerText(classDef, m::kSuper), className);
-        WriteKeywords(roseClass, classDef, install::kClassKeywords);
-        // The XML keeps what the model cannot show, so that an export can send it back.
-        rose::SetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefined, "True");
-        rose::SetToolProperty(roseClass, install::kToolTavroHidden, kTavroClassXml,
-                              server::LoadClassXml(className));
-        return Done;
+        // The model writes go without waiting; an error among them still surfaces here.
+        automation::rpc::Pipeline pipeline;
+        return pipeline.Run([&] {
+            std::string className = ServerText(classDef, m::kName);
+            rose::SetDocText(roseClass, ServerText(classDef, m::kDescription));
+            rose::SetIsPersistent(roseClass, ServerText(classDef, m::kClassType) == "persistent");
+            rose::SetIsAbstract(roseClass, ServerFlag(classDef, m::kAbstract));
+            LinkSuperclasses(roseClass, ServerText(classDef, m::kSuper), className);
+            WriteKeywords(roseClass, classDef, install::kClassKeywords);
+            // The XML keeps what the model cannot show, so that an export can send it back.
+            rose::SetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefined, "True");
+            rose::SetToolProperty(roseClass, install::kToolTavroHidden, kTavroClassXml,
+                                  server::LoadClassXml(className));
+            return Done;
+        });
     } catch (const std::exception&) {
         return Failed;
     }
 }
 
 void ReinitialiseClass(const ObjectRef& roseClass) {
-    StripAssociations(roseClass);
-    StripAttributes(roseClass);
-    StripOperations(roseClass);
-    StripSuperclassLinks(roseClass);
-    rose::SetIsPersistent(roseClass, false);
-    rose::SetIsAbstract(roseClass, false);
-    rose::SetDocText(rose::AsElement(roseClass), "");
+    // The model writes go without waiting; an error among them still surfaces here.
+    automation::rpc::Pipeline pipeline;
+    pipeline.Run([&] {
+        StripAssociations(roseClass);
+        StripAttributes(roseClass);
+        StripOperations(roseClass);
+        StripSuperclassLinks(roseClass);
+        rose::SetIsPersistent(roseClass, false);
+        rose::SetIsAbstract(roseClass, false);
+        rose::SetDocText(rose::AsElement(roseClass), "");
+    });
 }
 
 }  // namespace importing

@@ -1,3 +1,4 @@
+#include "automation/rpc.h"
 #include "import/import.h"
 #include "import/import_internal.h"
 #include "model/rose.h"
@@ -31,9 +32,9 @@ void WriteParameters(const ObjectRef& attribute, const ObjectRef& propDef) {
     ObjectRef parameters = automation::GetByName(propDef, m::kParameters).ToObject();
     std::string key;
     for (;;) {
-        key = automation::CallByName(parameters, m::kNext, {key}).ToString();
+        key = automation::CallByNameReadOnly(parameters, m::kNext, {key}).ToString();
         if (key.empty()) return;
-        std::string value = automation::CallByName(parameters, m::kGetAt, {key}).ToString();
+        std::string value = automation::CallByNameReadOnly(parameters, m::kGetAt, {key}).ToString();
         rose::SetToolProperty(attribute, install::kToolParameter, key, value);
     }
 }
@@ -83,18 +84,24 @@ std::int16_t GetClassType(std::string& typeName) {
 
 ImportResult ImportAttribute(const ObjectRef& propDef, const ObjectRef& roseClass,
                              const ObjectRef& classDef) {
-    // The model's attribute type is the server class name itself; no other mapping.
-    std::string attrType = FullTypeName(ServerText(propDef, m::kType),
-                                        naming::PackageOfClassName(ServerText(classDef, m::kName)));
-    ObjectRef attr = rose::CreateAttribute(roseClass, ServerText(propDef, m::kName), attrType, "");
-    rose::SetDocText(attr, ServerText(propDef, m::kDescription));
-    rose::SetExportValue(rose::AttributeExportControl(attr),
-                         ExportValueOf(ServerFlag(propDef, m::kPrivate)));
-    rose::SetToolProperty(attr, install::kToolTavro, m::kCollection,
-                          AttributeCollectionOf(ServerText(propDef, m::kCollection)));
-    WriteKeywords(attr, propDef, install::kAttributeKeywords);
-    WriteParameters(attr, propDef);
-    return Done;
+    // The model writes go without waiting; an error among them still surfaces here.
+    automation::rpc::Pipeline pipeline;
+    return pipeline.Run([&] {
+        // The model's attribute type is the server class name itself; no other mapping.
+        std::string attrType =
+            FullTypeName(ServerText(propDef, m::kType),
+                         naming::PackageOfClassName(ServerText(classDef, m::kName)));
+        ObjectRef attr =
+            rose::CreateAttribute(roseClass, ServerText(propDef, m::kName), attrType, "");
+        rose::SetDocText(attr, ServerText(propDef, m::kDescription));
+        rose::SetExportValue(rose::AttributeExportControl(attr),
+                             ExportValueOf(ServerFlag(propDef, m::kPrivate)));
+        rose::SetToolProperty(attr, install::kToolTavro, m::kCollection,
+                              AttributeCollectionOf(ServerText(propDef, m::kCollection)));
+        WriteKeywords(attr, propDef, install::kAttributeKeywords);
+        WriteParameters(attr, propDef);
+        return Done;
+    });
 }
 
 }  // namespace importing

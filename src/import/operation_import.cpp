@@ -1,3 +1,4 @@
+#include "automation/rpc.h"
 #include "import/import.h"
 #include "import/import_internal.h"
 #include "model/rose.h"
@@ -49,15 +50,20 @@ void CreateParameters(const ObjectRef& op, std::string spec, const std::string& 
 
 ImportResult ImportOperation(const ObjectRef& methodDef, const ObjectRef& roseClass,
                              const ObjectRef& classDef) {
-    std::string package = naming::PackageOfClassName(ServerText(classDef, m::kName));
-    std::string returnType = FullTypeName(ServerText(methodDef, m::kReturnType), package);
-    ObjectRef op = rose::CreateOperation(roseClass, ServerText(methodDef, m::kName), returnType);
-    CreateParameters(op, ServerText(methodDef, m::kFormalSpec), package);
-    rose::SetDocText(op, ServerText(methodDef, m::kDescription));
-    rose::SetExportValue(rose::OperationExportControl(op),
-                         ExportValueOf(ServerFlag(methodDef, m::kPrivate)));
-    WriteKeywords(op, methodDef, install::kOperationKeywords);
-    return Done;
+    // The model writes go without waiting; an error among them still surfaces here.
+    automation::rpc::Pipeline pipeline;
+    return pipeline.Run([&] {
+        std::string package = naming::PackageOfClassName(ServerText(classDef, m::kName));
+        std::string returnType = FullTypeName(ServerText(methodDef, m::kReturnType), package);
+        ObjectRef op =
+            rose::CreateOperation(roseClass, ServerText(methodDef, m::kName), returnType);
+        CreateParameters(op, ServerText(methodDef, m::kFormalSpec), package);
+        rose::SetDocText(op, ServerText(methodDef, m::kDescription));
+        rose::SetExportValue(rose::OperationExportControl(op),
+                             ExportValueOf(ServerFlag(methodDef, m::kPrivate)));
+        WriteKeywords(op, methodDef, install::kOperationKeywords);
+        return Done;
+    });
 }
 
 }  // namespace importing

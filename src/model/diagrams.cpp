@@ -1,10 +1,40 @@
 #include <vector>
 
+#include "automation/rpc.h"
 #include "model/model.h"
 
 namespace model {
 
 using automation::ObjectRef;
+
+namespace {
+
+// Takes every class off the diagram and puts it back where it was. One collection serves both
+// passes: it still lists the classes after they were taken off the diagram.
+void RedrawClasses(const ObjectRef& diagram) {
+    ObjectRef shown = rose::ShownClasses(diagram);
+    std::int16_t n = rose::Count(shown);
+    if (n == 0) return;
+    std::vector<std::int16_t> placementA(static_cast<std::size_t>(n) + 1);
+    std::vector<std::int16_t> placementB(static_cast<std::size_t>(n) + 1);
+    for (std::int16_t k = n; k >= 1; --k) {
+        ObjectRef cls = rose::ItemAt(shown, k);
+        ObjectRef view = rose::ClassViewOf(diagram, cls);
+        placementA[static_cast<std::size_t>(k)] = rose::PlacementA(view);
+        placementB[static_cast<std::size_t>(k)] = rose::PlacementB(view);
+        rose::RemoveClass(diagram, cls);
+    }
+    for (std::int16_t k = n; k >= 1; --k) {
+        ObjectRef cls = rose::ItemAt(shown, k);
+        rose::AddClass(diagram, cls);
+        ObjectRef view = rose::ClassViewOf(diagram, cls);
+        rose::SetPlacementA(view, placementA[static_cast<std::size_t>(k)]);
+        rose::SetPlacementB(view, placementB[static_cast<std::size_t>(k)]);
+    }
+    rose::Redraw(diagram);
+}
+
+}  // namespace
 
 bool IsClassDiagramActive() {
     try {
@@ -35,28 +65,10 @@ void UpdateRoseDiagrams() {
 
 void RefreshClassDiagram(const ObjectRef& diagram) {
     try {
-        // One collection for both passes: it still lists the classes after they were taken
-        // off the diagram.
-        ObjectRef shown = rose::ShownClasses(diagram);
-        std::int16_t n = rose::Count(shown);
-        if (n == 0) return;
-        std::vector<std::int16_t> placementA(static_cast<std::size_t>(n) + 1);
-        std::vector<std::int16_t> placementB(static_cast<std::size_t>(n) + 1);
-        for (std::int16_t k = n; k >= 1; --k) {
-            ObjectRef cls = rose::ItemAt(shown, k);
-            ObjectRef view = rose::ClassViewOf(diagram, cls);
-            placementA[static_cast<std::size_t>(k)] = rose::PlacementA(view);
-            placementB[static_cast<std::size_t>(k)] = rose::PlacementB(view);
-            rose::RemoveClass(diagram, cls);
-        }
-        for (std::int16_t k = n; k >= 1; --k) {
-            ObjectRef cls = rose::ItemAt(shown, k);
-            rose::AddClass(diagram, cls);
-            ObjectRef view = rose::ClassViewOf(diagram, cls);
-            rose::SetPlacementA(view, placementA[static_cast<std::size_t>(k)]);
-            rose::SetPlacementB(view, placementB[static_cast<std::size_t>(k)]);
-        }
-        rose::Redraw(diagram);
+        // The removals, additions and placements go without waiting; an error among them
+        // still ends the refresh here.
+        automation::rpc::Pipeline pipeline;
+        pipeline.Run([&] { RedrawClasses(diagram); });
     } catch (const automation::AutomationError&) {
         // The caller goes on with the next diagram.
     }

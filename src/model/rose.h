@@ -45,6 +45,11 @@ inline ObjectRef CallAs(const ObjectRef& obj, std::int32_t dispid, const char* i
                         const automation::Args& args) {
     return automation::Cast(automation::Call(obj, dispid, args).ToObject(), iid);
 }
+// A method that only reads: it may run while writes sent ahead elsewhere are unanswered.
+inline ObjectRef ReadAs(const ObjectRef& obj, std::int32_t dispid, const char* iid,
+                        const automation::Args& args) {
+    return automation::Cast(automation::CallReadOnly(obj, dispid, args).ToObject(), iid);
+}
 inline std::string Text(const ObjectRef& obj, std::int32_t dispid) {
     return automation::Get(obj, dispid).ToString();
 }
@@ -84,13 +89,13 @@ inline ObjectRef AllCategories(const ObjectRef& model) {
     return detail::GetAs(model, ids::Model::AllCategories, iid::kCategoryCollection);
 }
 inline ObjectRef ClassesByPath(const ObjectRef& model, const std::string& path) {
-    return detail::CallAs(model, ids::Model::ClassesByPath, iid::kClassCollection, {path});
+    return detail::ReadAs(model, ids::Model::ClassesByPath, iid::kClassCollection, {path});
 }
 inline ObjectRef ClassByUniqueKey(const ObjectRef& model, const std::string& key) {
-    return detail::CallAs(model, ids::Model::ClassByUniqueKey, iid::kClass, {key});
+    return detail::ReadAs(model, ids::Model::ClassByUniqueKey, iid::kClass, {key});
 }
 inline ObjectRef CategoriesByPath(const ObjectRef& model, const std::string& path) {
-    return detail::CallAs(model, ids::Model::CategoriesByPath, iid::kCategoryCollection, {path});
+    return detail::ReadAs(model, ids::Model::CategoriesByPath, iid::kCategoryCollection, {path});
 }
 inline ObjectRef CurrentDiagram(const ObjectRef& model) {
     return detail::GetAs(model, ids::Model::CurrentDiagram, iid::kDiagram);
@@ -177,26 +182,28 @@ inline void DeleteSuperclassLink(const ObjectRef& cls, const ObjectRef& link) {
 }
 // Called by name, on the class that `GetTypeClass` gives.
 inline std::string GetQualifiedName(const ObjectRef& cls) {
-    return automation::CallByName(cls, ids::Class::GetQualifiedName).ToString();
+    return automation::CallByNameReadOnly(cls, ids::Class::GetQualifiedName).ToString();
 }
 
 // --- Tool properties (class, attribute, operation, association) ---
 inline std::string GetToolProperty(const ObjectRef& element, const std::string& tool,
                                    const std::string& name) {
-    return automation::Call(element, ids::AnyElement::GetToolProperty, {tool, name}).ToString();
+    return automation::CallReadOnly(element, ids::AnyElement::GetToolProperty, {tool, name})
+        .ToString();
 }
-inline bool SetToolProperty(const ObjectRef& element, const std::string& tool,
+// The tool's Boolean answer tells nothing the add-in uses, so the call does not wait for it.
+inline void SetToolProperty(const ObjectRef& element, const std::string& tool,
                             const std::string& name, const std::string& value) {
-    return automation::Call(element, ids::AnyElement::SetToolProperty, {tool, name, value})
-        .ToBool();
+    automation::CallNoResult(element, ids::AnyElement::SetToolProperty, {tool, name, value});
 }
 inline ObjectRef ToolProperties(const ObjectRef& element, const std::string& tool) {
-    return detail::CallAs(element, ids::AnyElement::ToolProperties, iid::kToolPropertyCollection,
+    return detail::ReadAs(element, ids::AnyElement::ToolProperties, iid::kToolPropertyCollection,
                           {tool});
 }
 inline bool HasOwnToolProperty(const ObjectRef& element, const std::string& tool,
                                const std::string& name) {
-    return automation::Call(element, ids::AnyElement::HasOwnToolProperty, {tool, name}).ToBool();
+    return automation::CallReadOnly(element, ids::AnyElement::HasOwnToolProperty, {tool, name})
+        .ToBool();
 }
 inline std::string ToolPropertyName(const ObjectRef& property) {
     return detail::Text(property, ids::ToolProperty::Name);
@@ -212,7 +219,8 @@ inline ObjectRef AttributeExportControl(const ObjectRef& attribute) {
 // Called by name; nullptr when the type is no class of the model.
 inline ObjectRef GetTypeClass(const ObjectRef& attribute) {
     return automation::Cast(
-        automation::CallByName(attribute, ids::Attribute::GetTypeClass).ToObject(), iid::kClass);
+        automation::CallByNameReadOnly(attribute, ids::Attribute::GetTypeClass).ToObject(),
+        iid::kClass);
 }
 inline std::string DefaultValue(const ObjectRef& parameter) {
     return detail::Text(parameter, ids::Parameter::DefaultValue);
@@ -233,8 +241,8 @@ inline ObjectRef OperationExportControl(const ObjectRef& operation) {
 inline void CreateParameter(const ObjectRef& operation, const std::string& name,
                             const std::string& type, const std::string& defaultValue,
                             std::int16_t position) {
-    automation::Call(operation, ids::Operation::CreateParameter,
-                     {name, type, defaultValue, position});
+    automation::CallNoResult(operation, ids::Operation::CreateParameter,
+                             {name, type, defaultValue, position});
 }
 
 // --- Export control ---
@@ -261,10 +269,10 @@ inline void SetKind(const ObjectRef& association, const std::string& kind) {
     automation::Put(association, ids::Association::Kind, kind);
 }
 inline ObjectRef RoleOf(const ObjectRef& association, const ObjectRef& cls) {
-    return detail::CallAs(association, ids::Association::RoleOf, iid::kRole, {cls});
+    return detail::ReadAs(association, ids::Association::RoleOf, iid::kRole, {cls});
 }
 inline ObjectRef OtherRoleOf(const ObjectRef& association, const ObjectRef& cls) {
-    return detail::CallAs(association, ids::Association::OtherRoleOf, iid::kRole, {cls});
+    return detail::ReadAs(association, ids::Association::OtherRoleOf, iid::kRole, {cls});
 }
 
 // --- Role ---
@@ -304,7 +312,7 @@ inline ObjectRef AsClassDiagram(const ObjectRef& diagram) {
     return automation::Cast(diagram, iid::kClassDiagram);
 }
 inline void AddClass(const ObjectRef& classDiagram, const ObjectRef& cls) {
-    automation::Call(classDiagram, ids::ClassDiagram::AddClass, {cls});
+    automation::CallNoResult(classDiagram, ids::ClassDiagram::AddClass, {cls});
 }
 // The same member called by its name, the way the import draws new classes on the current
 // diagram.
@@ -315,13 +323,13 @@ inline ObjectRef ShownClasses(const ObjectRef& classDiagram) {
     return detail::GetAs(classDiagram, ids::ClassDiagram::ShownClasses, iid::kClassCollection);
 }
 inline void RemoveClass(const ObjectRef& classDiagram, const ObjectRef& cls) {
-    automation::Call(classDiagram, ids::ClassDiagram::RemoveClass, {cls});
+    automation::CallNoResult(classDiagram, ids::ClassDiagram::RemoveClass, {cls});
 }
 inline ObjectRef ClassViewOf(const ObjectRef& classDiagram, const ObjectRef& cls) {
-    return detail::CallAs(classDiagram, ids::ClassDiagram::ClassViewOf, iid::kClassView, {cls});
+    return detail::ReadAs(classDiagram, ids::ClassDiagram::ClassViewOf, iid::kClassView, {cls});
 }
 inline void Redraw(const ObjectRef& classDiagram) {
-    automation::Call(classDiagram, ids::ClassDiagram::Redraw);
+    automation::CallNoResult(classDiagram, ids::ClassDiagram::Redraw);
 }
 inline std::int16_t PlacementA(const ObjectRef& view) {
     return automation::Get(view, ids::ClassView::PlacementA).ToInt16();
@@ -341,13 +349,13 @@ inline std::int16_t Count(const ObjectRef& collection) {
     return automation::Get(collection, ids::Collection::Count).ToInt16();
 }
 inline ObjectRef ItemAt(const ObjectRef& collection, std::int16_t index) {
-    return automation::Call(collection, ids::Collection::ItemAt, {index}).ToObject();
+    return automation::CallReadOnly(collection, ids::Collection::ItemAt, {index}).ToObject();
 }
 inline bool ContainsItem(const ObjectRef& collection, const ObjectRef& element) {
-    return automation::Call(collection, ids::Collection::ContainsItem, {element}).ToBool();
+    return automation::CallReadOnly(collection, ids::Collection::ContainsItem, {element}).ToBool();
 }
 inline std::int16_t IndexOfName(const ObjectRef& collection, const std::string& name) {
-    return automation::Call(collection, ids::Collection::IndexOfName, {name}).ToInt16();
+    return automation::CallReadOnly(collection, ids::Collection::IndexOfName, {name}).ToInt16();
 }
 // Items cast to their kind.
 inline ObjectRef ClassAt(const ObjectRef& c, std::int16_t i) {

@@ -94,10 +94,18 @@ TEST(DecodeFrame, GivesBackEveryMessageEncoded) {
     error.requestId = 8;
     error.text = "Member not found";
 
+    ObjectHandle introduced{7};
+    introduced.kind = 2;
+    introduced.iids = {"{BC57D1C0-863E-11CF-B3D4-00A0241DB1D0}", "{A}"};
+    ObjectHandle ofKnownKind{8};
+    ofKnownKind.kind = 2;
+
     struct Case {
         const char* name;
         Message message;
     } cases[] = {
+        {"reply with an object introducing its kind", ReplyOf(6, introduced)},
+        {"reply with an object of a kind told before", ReplyOf(6, ofKnownKind)},
         {"call by id", CallById(2, 1, CallKind::Method, -5, {std::int16_t{1}})},
         {"call by name with every value type", byName},
         {"hello", hello},
@@ -134,10 +142,11 @@ TEST(DecodeFrame, RefusesMalformedFramesAndSaysWhere) {
         {"client type zero", Bytes({5, 0, 0, 0, 0, 1, 0, 0, 0}), FrameStatus::BadType, 4},
         {"call kind 4", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 4, 0, 1, 0, 0, 0, 0, 0}),
          FrameStatus::BadField, 13},
-        {"call flags 4",
-         Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 4, 1, 0, 0, 0, 0, 0}),
+        {"call flags 4", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 4, 1, 0, 0, 0, 0, 0}),
          FrameStatus::BadField, 13},
-        {"value type 6", Bytes({6, 0, 0, 0, 5, 1, 0, 0, 0, 6}), FrameStatus::BadField, 9},
+        {"value type 7", Bytes({6, 0, 0, 0, 5, 1, 0, 0, 0, 7}), FrameStatus::BadField, 9},
+        {"object kind cut short", Bytes({0x0e, 0, 0, 0, 5, 1, 0, 0, 0, 6, 3, 0, 0, 0, 1, 0, 0, 0}),
+         FrameStatus::Truncated, 18},
         {"Boolean 2", Bytes({7, 0, 0, 0, 5, 1, 0, 0, 0, 1, 2}), FrameStatus::BadField, 10},
         {"text longer than the frame",
          Bytes({0x0c, 0, 0, 0, 6, 1, 0, 0, 0, 100, 0, 0, 0, 'a', 'b', 'c'}), FrameStatus::Truncated,

@@ -5,9 +5,9 @@
 
 #include <cctype>
 #include <map>
-#include <type_traits>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -121,6 +121,9 @@ class KindObject final : public HostObject {
         }
         return false;
     }
+    std::vector<std::string> InterfaceIds() const override {
+        return {kind_.iids.begin(), kind_.iids.end()};
+    }
     const void* Target() const override { return target_.get(); }
     const std::shared_ptr<T>& Shared() const { return target_; }
 
@@ -176,6 +179,10 @@ class CollectionObject final : public automation::Object {
     Variant InvokeByName(std::string_view name, CallKind callKind, const Args& args) override;
     bool Implements(std::string_view iid) const override {
         return iid_ != nullptr && automation::SameIid(iid_, iid);
+    }
+    std::vector<std::string> InterfaceIds() const override {
+        if (iid_ == nullptr) return {};
+        return {iid_};
     }
 
   private:
