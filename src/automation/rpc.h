@@ -38,6 +38,9 @@ struct ClientOptions {
     // it stops trapping, so that what the model and the server end up holding is what one
     // call at a time would leave. Also turned on by SetPipelinePuts.
     bool pipelinePuts = false;
+    // False: every call waits for its reply, Pipeline scopes and pipelinePuts notwithstanding
+    // (for comparing a run sent ahead with one that is not).
+    bool sendAhead = true;
 };
 
 // Makes every connection opened from now on pipeline its property puts.

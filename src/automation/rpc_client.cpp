@@ -477,7 +477,9 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     call.values.reserve(args.size());
     for (const Variant& arg : args) call.values.push_back(ToWire(arg));
     bool ahead = false;
-    if (kind == CallKind::Put) {
+    if (!options_.sendAhead) {
+        ahead = false;
+    } else if (kind == CallKind::Put) {
         ahead = options_.pipelinePuts || gPipelineDepth.load() > 0;
     } else if (use == CallUse::NoResult && kind == CallKind::Method) {
         ahead = gPipelineDepth.load() > 0;

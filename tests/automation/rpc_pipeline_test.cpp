@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -43,6 +44,23 @@ struct Recorder {
             puts.push_back(value);
             return Variant();
         });
+        // A method whose result callers drop: records like a put, refuses "bad".
+        object->Define(0, "Add", [this](CallKind, const Args& args) {
+            std::string value = args.at(0).ToString();
+            if (value == "bad") throw AutomationError("add refused " + value);
+            puts.push_back(value);
+            return Variant(true);
+        });
+        // A read that fails.
+        object->Define(0, "Broken", [this](CallKind, const Args&) -> Variant {
+            ++gets;
+            throw AutomationError("broken read");
+        });
+        // An object of a kind with one interface, new on each call.
+        object->Define(0, "Child", [](CallKind, const Args&) {
+            return Variant(std::make_shared<automation::LocalObject>(
+                std::vector<std::string>{rpctest::kClassIid}));
+        });
         object->Define(0, "Log", [this](CallKind, const Args&) {
             ++gets;
             std::string log;
@@ -54,9 +72,8 @@ struct Recorder {
 };
 
 struct Served {
-    explicit Served(Recorder& recorder) : server([&recorder](const auto&) {
-                                              return recorder.Object();
-                                          }) {
+    explicit Served(Recorder& recorder)
+        : server([&recorder](const auto&) { return recorder.Object(); }) {
         server.Listen("unix:" + dir.path + "/pipe.sock");
         server.Start();
     }
@@ -156,6 +173,159 @@ TEST(Pipelining, ManyPutsAheadAreAllAnswered) {
     for (int i = 0; i < 10000; ++i) Put(root, std::to_string(i));
     EXPECT_EQ(automation::GetByName(root, "Slot").ToString(), "9999");
     EXPECT_EQ(recorder.puts.size(), 10000u);
+}
+
+void Add(const ObjectRef& object, const std::string& value) {
+    automation::CallByNameNoResult(object, "Add", {value});
+}
+
+TEST(Pipeline, MethodsWithoutResultGoAheadAndAFailureStopsTheCallsAfterIt) {
+    struct Case {
+        const char* name;
+        std::vector<std::string> adds;
+        std::string log;
+        std::string error;  // raised by Sync
+    };
+    const Case cases[] = {
+        {"all succeed", {"1", "2", "3"}, "1\n2\n3\n", ""},
+        {"second fails", {"1", "bad", "3"}, "1\n", "add refused bad"},
+        {"first fails", {"bad", "2"}, "", "add refused bad"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Recorder recorder;
+        Served served(recorder);
+        ObjectRef root = Connect(served.server.Address());
+        std::uint64_t waitsBefore = automation::rpc::WaitCount();
+        std::string error = ErrorOf([&] {
+            automation::rpc::Pipeline pipeline;
+            for (const auto& value : c.adds) Add(root, value);
+            EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore);
+            pipeline.Sync();
+        });
+        EXPECT_EQ(error, c.error);
+        EXPECT_EQ(automation::CallByName(root, "Log").ToString(), c.log);
+    }
+}
+
+TEST(Pipeline, OutsideAScopeEveryCallWaitsAndRaisesItsOwnError) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef root = Connect(served.server.Address());
+    std::uint64_t waitsBefore = automation::rpc::WaitCount();
+    Add(root, "1");
+    EXPECT_EQ(ErrorOf([&] { Add(root, "bad"); }), "add refused bad");
+    Put(root, "3");
+    EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore + 3);
+    EXPECT_EQ(automation::CallByName(root, "Log").ToString(), "1\n3\n");
+}
+
+TEST(Pipeline, ConnectionThatSendsNothingAheadWaitsInsideAScope) {
+    Recorder recorder;
+    Served served(recorder);
+    ClientOptions options;
+    options.sendAhead = false;
+    ObjectRef root = Connect(served.server.Address(), options);
+    automation::rpc::Pipeline pipeline;
+    EXPECT_EQ(ErrorOf([&] { Add(root, "bad"); }), "add refused bad");
+    Put(root, "2");
+    pipeline.Sync();
+    EXPECT_EQ(automation::CallByName(root, "Log").ToString(), "2\n");
+}
+
+// Two servers: a call sent ahead to A fails; what happens to the next call on B.
+TEST(Pipeline, FailureAheadOnOneConnectionStopsWritesOnAnother) {
+    struct Case {
+        const char* name;
+        std::function<void(const ObjectRef&)> call;  // on B
+        std::string error;                           // raised by that call
+        std::string logB;                            // what B holds afterwards
+        int readsB;                                  // reads B ran
+    };
+    const Case cases[] = {
+        {"a put on B", [](const ObjectRef& b) { Put(b, "x"); }, "slot refused bad", "", 0},
+        {"a method on B", [](const ObjectRef& b) { automation::CallByName(b, "Add", {"x"}); },
+         "slot refused bad", "", 0},
+        {"a method without result on B", [](const ObjectRef& b) { Add(b, "x"); },
+         "slot refused bad", "", 0},
+        // A read changes nothing: it may run, but a failing one raises the earlier error.
+        {"a read on B", [](const ObjectRef& b) { automation::GetByName(b, "Slot"); }, "", "", 1},
+        {"a failing read on B", [](const ObjectRef& b) { automation::GetByName(b, "Broken"); },
+         "slot refused bad", "", 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Recorder recorderA, recorderB;
+        Served servedA(recorderA), servedB(recorderB);
+        ObjectRef a = Connect(servedA.server.Address());
+        ObjectRef b = Connect(servedB.server.Address());
+        std::string error;
+        {
+            automation::rpc::Pipeline pipeline;
+            Put(a, "1");
+            Put(a, "bad");
+            error = ErrorOf([&] { c.call(b); });
+            if (c.error.empty()) {
+                EXPECT_EQ(ErrorOf([&] { pipeline.Sync(); }), "slot refused bad");
+            }
+        }
+        EXPECT_EQ(error, c.error);
+        EXPECT_EQ(automation::CallByName(a, "Log").ToString(), "1\n");
+        EXPECT_EQ(automation::CallByName(b, "Log").ToString(), c.logB);
+        EXPECT_EQ(recorderB.gets, c.readsB + 1);  // + the Log just read
+    }
+}
+
+TEST(Pipeline, RunRaisesTheErrorOfAnEarlierCallBeforeTheBodysOwn) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef root = Connect(served.server.Address());
+    automation::rpc::Pipeline pipeline;
+    std::string error = ErrorOf([&] {
+        pipeline.Run([&] {
+            Put(root, "bad");
+            throw AutomationError("raised by the body");
+        });
+    });
+    EXPECT_EQ(error, "slot refused bad");
+    EXPECT_EQ(ErrorOf([&] { pipeline.Run([&] { throw AutomationError("own"); }); }), "own");
+    EXPECT_EQ(pipeline.Run([&] { return 7; }), 7);
+}
+
+TEST(InterfaceCast, ObjectsOfAToldKindAnswerCastsWithoutARoundTrip) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef root = Connect(served.server.Address());
+    ObjectRef first = automation::GetByName(root, "Child").ToObject();
+    ObjectRef second = automation::GetByName(root, "Child").ToObject();
+    std::uint64_t waitsBefore = automation::rpc::WaitCount();
+    for (const ObjectRef& child : {first, second}) {
+        EXPECT_TRUE(child->Implements(rpctest::kClassIid));
+        EXPECT_TRUE(child->Implements(
+            "{bc57d1c0-863e-11cf-b3d4-00a0241db1d0}"));  // letter case does not matter
+        EXPECT_FALSE(child->Implements(rpctest::kAppIid));
+    }
+    EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore);
+    // The root offers no interface of its own, so its casts are still asked.
+    EXPECT_FALSE(root->Implements(rpctest::kAppIid));
+    EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore + 1);
+}
+
+TEST(InterfaceCast, ObjectResultOfACallSentAheadIsReleased) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef root = Connect(served.server.Address());
+    std::size_t before = served.server.HandleCount();
+    {
+        automation::rpc::Pipeline pipeline;
+        for (int i = 0; i < 3; ++i) automation::CallByNameNoResult(root, "Child");
+        pipeline.Sync();
+    }
+    // Releases travel with the next request.
+    automation::CallByName(root, "Log");
+    EXPECT_EQ(served.server.HandleCount(), before);
+    ObjectRef child = automation::GetByName(root, "Child").ToObject();
+    EXPECT_TRUE(child->Implements(rpctest::kClassIid));
 }
 
 }  // namespace
