@@ -83,6 +83,8 @@ ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& type
     // The model writes go without waiting; an error among them still surfaces here.
     automation::rpc::Pipeline pipeline;
     return pipeline.Run([&] {
+        // Traps errors of its own, so nothing may be waiting for an answer here: this is the
+        // first call of the routine.
         ObjectRef category = naming::FindOrCreateCategory(naming::QualifyClassName(typeName));
         std::string targetPath = rose::QualifiedName(category) +
                                  "::" + naming::ShortClassName(ServerText(propDef, m::kType));

@@ -153,8 +153,11 @@ ImportResult SetClassProperties(const ObjectRef& classDef, const ObjectRef& rose
             WriteKeywords(roseClass, classDef, install::kClassKeywords);
             // The XML keeps what the model cannot show, so that an export can send it back.
             rose::SetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefined, "True");
-            rose::SetToolProperty(roseClass, install::kToolTavroHidden, kTavroClassXml,
-                                  server::LoadClassXml(className));
+            // The XML's loading traps errors of its own: the calls sent ahead are answered
+            // first, so that an error of theirs ends this routine and not that one.
+            pipeline.Sync();
+            std::string xml = server::LoadClassXml(className);
+            rose::SetToolProperty(roseClass, install::kToolTavroHidden, kTavroClassXml, xml);
             return Done;
         });
     } catch (const std::exception&) {

@@ -169,9 +169,12 @@ Harness::~Harness() {
     rose::RoseApp = nullptr;
     platform::ResetObjects();
     platform::ResetUi();
+    roseServer_.reset();
+    factoryServer_.reset();
     store_.reset();
     std::error_code ignored;
     std::filesystem::remove_all(dataDir_, ignored);
+    if (!socketDir_.empty()) std::filesystem::remove_all(socketDir_, ignored);
 }
 
 void Harness::Save(const std::vector<tavro::ClassDef>& defs) {
@@ -193,6 +196,26 @@ std::shared_ptr<FaultPlan> Harness::InjectRoseFault(int failAt) {
     auto plan = std::make_shared<FaultPlan>();
     plan->failAt = failAt;
     InstallApplication(FaultProxy(rosehost::ApplicationObject(host_), plan));
+    return plan;
+}
+
+std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead) {
+    auto plan = std::make_shared<FaultPlan>();
+    plan->failAt = failAt;
+    socketDir_ = NewTempDir();
+    ObjectRef app = FaultProxy(rosehost::ApplicationObject(host_), plan);
+    roseServer_ = std::make_unique<automation::rpc::Server>([app](const auto&) { return app; });
+    roseServer_->Listen("unix:" + socketDir_ + "/rose.sock");
+    roseServer_->Start();
+    ObjectRef factory = server::ServerFactory;
+    factoryServer_ =
+        std::make_unique<automation::rpc::Server>([factory](const auto&) { return factory; });
+    factoryServer_->Listen("unix:" + socketDir_ + "/server.sock");
+    factoryServer_->Start();
+    automation::rpc::ClientOptions options;
+    options.sendAhead = sendAhead;
+    InstallApplication(automation::rpc::Connect(roseServer_->Address(), options));
+    server::ServerFactory = automation::rpc::Connect(factoryServer_->Address(), options);
     return plan;
 }
 

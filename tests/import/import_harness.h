@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "automation/automation.h"
+#include "automation/rpc.h"
 #include "hosts/rose/model/model.h"
 #include "hosts/rose/model/objects.h"
 #include "hosts/tavro/objects/objects.h"
@@ -77,6 +78,10 @@ class Harness {
     void LoadClassTypes();
     // Puts the modelling tool behind a proxy that fails on the call numbered `failAt`.
     std::shared_ptr<FaultPlan> InjectRoseFault(int failAt);
+    // Serves the modelling tool, behind a proxy that fails on the call numbered `failAt`, and
+    // the server's factory from RPC servers on threads of this process, and points the add-in
+    // at them over sockets. `sendAhead` false: every call waits for its reply.
+    std::shared_ptr<FaultPlan> ServeOverSockets(int failAt, bool sendAhead);
 
     // The model class at a path ("Logical View::Shop::Order"), nullptr when none.
     std::shared_ptr<rosehost::Class> ModelClass(const std::string& path) const;
@@ -107,6 +112,10 @@ class Harness {
     std::shared_ptr<rosehost::Host> host_;
     std::shared_ptr<rosehost::Diagram> main_;
     ObjectRef session_;
+    // Last, so that they stop before the model and the store go.
+    std::string socketDir_;
+    std::unique_ptr<automation::rpc::Server> roseServer_;
+    std::unique_ptr<automation::rpc::Server> factoryServer_;
 };
 
 }  // namespace import_test
