@@ -199,15 +199,20 @@ std::shared_ptr<FaultPlan> Harness::InjectRoseFault(int failAt) {
     return plan;
 }
 
-std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead) {
+std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead, bool serverFails) {
     auto plan = std::make_shared<FaultPlan>();
     plan->failAt = failAt;
     socketDir_ = NewTempDir();
-    ObjectRef app = FaultProxy(rosehost::ApplicationObject(host_), plan);
+    ObjectRef app = rosehost::ApplicationObject(host_);
+    ObjectRef factory = server::ServerFactory;
+    if (serverFails) {
+        factory = FaultProxy(factory, plan);
+    } else {
+        app = FaultProxy(app, plan);
+    }
     roseServer_ = std::make_unique<automation::rpc::Server>([app](const auto&) { return app; });
     roseServer_->Listen("unix:" + socketDir_ + "/rose.sock");
     roseServer_->Start();
-    ObjectRef factory = server::ServerFactory;
     factoryServer_ =
         std::make_unique<automation::rpc::Server>([factory](const auto&) { return factory; });
     factoryServer_->Listen("unix:" + socketDir_ + "/server.sock");

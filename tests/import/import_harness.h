@@ -78,10 +78,12 @@ class Harness {
     void LoadClassTypes();
     // Puts the modelling tool behind a proxy that fails on the call numbered `failAt`.
     std::shared_ptr<FaultPlan> InjectRoseFault(int failAt);
-    // Serves the modelling tool, behind a proxy that fails on the call numbered `failAt`, and
-    // the server's factory from RPC servers on threads of this process, and points the add-in
-    // at them over sockets. `sendAhead` false: every call waits for its reply.
-    std::shared_ptr<FaultPlan> ServeOverSockets(int failAt, bool sendAhead);
+    // Serves the modelling tool and the server's factory from RPC servers on threads of this
+    // process and points the add-in at them over sockets. The modelling tool (or, with
+    // `serverFails`, the factory) sits behind a proxy that fails on the call numbered
+    // `failAt`. `sendAhead` false: every call waits for its reply.
+    std::shared_ptr<FaultPlan> ServeOverSockets(int failAt, bool sendAhead,
+                                                bool serverFails = false);
 
     // The model class at a path ("Logical View::Shop::Order"), nullptr when none.
     std::shared_ptr<rosehost::Class> ModelClass(const std::string& path) const;

@@ -1,14 +1,16 @@
-// The import over sockets, with calls sent ahead and without, the modelling tool failing on
-// each of its calls in turn: what the model, the log and the message boxes end up holding
-// must not depend on whether calls were sent ahead.
+// The import and the export over sockets, with calls sent ahead and without, the modelling
+// tool or the server failing on each of its calls in turn: what the model, the server, the log
+// and the message boxes end up holding must not depend on whether calls were sent ahead.
 #include <gtest/gtest.h>
 
 #include <regex>
 #include <string>
 #include <vector>
 
+#include "export/export.h"
 #include "hosts/rose/host/host.h"
 #include "import/import.h"
+#include "install/vocabulary.h"
 #include "tests/import/import_harness.h"
 
 namespace {
@@ -72,6 +74,111 @@ TEST(ImportClasses, SendingCallsAheadOverSocketsLeavesWhatOneAtATimeLeaves) {
         EXPECT_EQ(ahead.boxes, waited.boxes);
         EXPECT_EQ(ahead.error, waited.error);
         EXPECT_EQ(ahead.roseCalls, waited.roseCalls);
+    }
+}
+
+// --- Export ---
+
+struct ExportOutcome {
+    std::string definitions;
+    std::vector<RowChange> changes;
+    std::vector<std::string> boxes;
+    std::string error;
+    int calls = 0;  // calls that reached the failing side
+};
+
+// The stored definition as text, less the times it was saved.
+std::string DefinitionText(tavro::Store& store, const std::string& name) {
+    tavro::ClassDef def;
+    if (!tavro::LoadClass(store, "USER", name, def)) return name + " absent\n";
+    std::string text = "class " + name + "\n";
+    auto values = [&text](const tavro::Values& entries, const char* indent) {
+        for (const auto& [key, value] : entries) {
+            if (key.rfind("Time", 0) != 0) text += indent + key + " = " + value + "\n";
+        }
+    };
+    values(def.values, "  ");
+    for (const auto* items : {&def.properties, &def.methods}) {
+        for (const tavro::Item& item : *items) {
+            text += "  member " + item.name + "\n";
+            values(item.values, "    ");
+            for (const auto& [key, value] : item.parameters) {
+                text += "    parameter " + key + " = " + value + "\n";
+            }
+        }
+    }
+    return text;
+}
+
+// A persistent class with attributes (a private one, one with a type parameter, a stream),
+// an operation with parameters and an association to a second class that has a super class.
+ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails) {
+    Harness h;
+    for (const install::PropertySet& set : install::kPropertySets) {
+        rosehost::PropertySet declared{set.tool, set.name, {}};
+        for (const install::PropertyDef& property : set.properties) {
+            declared.entries.emplace_back(property.name, property.defaultValue);
+        }
+        rosehost::AddPropertySet(h.model(), std::move(declared));
+    }
+    rosehost::Model& model = h.model();
+    auto a = h.MakeModelClass("Logical View::Shop::A");
+    auto b = h.MakeModelClass("Logical View::Shop::B");
+    a->isPersistent = true;
+    a->documentation = "first";
+    auto total = rosehost::CreateAttribute(model, *a, "Total", "Integer", "");
+    total->exportControl = rosehost::kPrivate;
+    auto code = rosehost::CreateAttribute(model, *a, "Code", "String", "");
+    code->exportControl = rosehost::kPublic;
+    rosehost::SetToolProperty(*code, "Parameter", "MAXLEN", "20");
+    rosehost::CreateAttribute(model, *a, "Notes", "Object", "");
+    auto recalc = rosehost::CreateOperation(model, *a, "Recalc", "Double");
+    rosehost::CreateParameter(model, *recalc, "x", "Integer", "1", 1);
+    rosehost::CreateParameter(model, *recalc, "y", "", "", 2);
+    auto association = rosehost::CreateAssociation(model, *a, "", rosehost::QualifiedName(*b));
+    association->roles[0]->name = "Owner";
+    association->roles[1]->name = "Items";
+    association->roles[1]->multiplicity = "0..n";
+    rosehost::CreateSuperclassLink(model, *b, "", rosehost::QualifiedName(*a));
+    rosehost::CreateAttribute(model, *b, "Label", "String", "");
+    for (const auto& cls : {a, b}) {
+        std::int16_t at = h.form.lstSelectedClasses().AddItem(cls->name);
+        h.form.lstSelectedClassIDs().InsertItem(at, cls->quid);
+    }
+    auto plan = h.ServeOverSockets(failAt, sendAhead, serverFails);
+    ExportOutcome out;
+    try {
+        exporting::ExportClasses();
+    } catch (const automation::AutomationError& error) {
+        out.error = error.Description();
+    } catch (const platform::ProcessEnded& ended) {
+        out.error = "process ended with " + std::to_string(ended.status);
+    }
+    out.definitions = DefinitionText(h.store(), "Shop.A") + DefinitionText(h.store(), "Shop.B");
+    out.changes = h.form.changes;
+    for (const auto& box : h.boxes) out.boxes.push_back(box.text);
+    out.calls = plan->calls;
+    return out;
+}
+
+TEST(ExportClasses, SendingCallsAheadOverSocketsLeavesWhatOneAtATimeLeaves) {
+    for (bool serverFails : {false, true}) {
+        SCOPED_TRACE(serverFails ? "the server fails" : "the modelling tool fails");
+        ExportOutcome clean = RunExport(0, true, serverFails);
+        ASSERT_EQ(clean.error, "");
+        ASSERT_NE(clean.definitions.find("member Items"), std::string::npos);
+        ASSERT_EQ(clean.definitions, RunExport(0, false, serverFails).definitions);
+        ASSERT_GT(clean.calls, 10);
+        for (int n = 1; n <= clean.calls; ++n) {
+            SCOPED_TRACE("call " + std::to_string(n) + " fails");
+            ExportOutcome waited = RunExport(n, false, serverFails);
+            ExportOutcome ahead = RunExport(n, true, serverFails);
+            EXPECT_EQ(ahead.definitions, waited.definitions);
+            EXPECT_EQ(ahead.changes, waited.changes);
+            EXPECT_EQ(ahead.boxes, waited.boxes);
+            EXPECT_EQ(ahead.error, waited.error);
+            EXPECT_EQ(ahead.calls, waited.calls);
+        }
     }
 }
 
