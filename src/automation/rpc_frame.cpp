@@ -127,6 +127,13 @@ WireValue ReadValue(Reader& r) {
             ObjectHandle object;
             object.id = r.U32();
             object.kind = r.U32();
+            // Kind 0 means "no kind told", which travels under the plain handle tag; under
+            // this tag it would not encode back to the bytes it came from.
+            if (r.status == FrameStatus::Ok && object.kind == 0) {
+                r.pos -= 4;  // point at the kind
+                r.Fail(FrameStatus::BadField);
+                return {};
+            }
             std::uint16_t count = r.U16();
             for (std::uint16_t i = 0; i < count && r.status == FrameStatus::Ok; ++i) {
                 object.iids.push_back(r.Text());
