@@ -502,7 +502,12 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
     ask.type = MessageType::Implements;
     ask.handle = handle;
     ask.text = iid;
-    return Roundtrip(ask).ToBool();
+    try {
+        return Roundtrip(ask).ToBool();
+    } catch (const AutomationError&) {
+        SyncOthers(this);  // an error of a call sent ahead elsewhere came first
+        throw;
+    }
 }
 
 // Waits for the calls sent ahead on every connection but `except`. Only one connection has
