@@ -9,7 +9,8 @@
 // Each program is a fresh child process, so that its peak resident size (ru_maxrss) is its
 // own. Times are the add-in's export and import calls only; building the model, starting the
 // servers and connecting are left out. Counters: round trips (requests the add-in waited for)
-// and requests per class, and the peak RSS of each program in MiB.
+// and requests per class, the round trips by kind (property gets, puts, method calls,
+// interface casts) per class, and the peak RSS of each program in MiB.
 #include <benchmark/benchmark.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -102,9 +103,8 @@ std::shared_ptr<rosehost::Model> GeneratedModel(int count) {
     for (int c = 0; c < count; ++c) {
         for (int k = 1; k <= kAssociations; ++k) {
             const auto& other = classes[static_cast<std::size_t>((c + k) % count)];
-            auto association =
-                rosehost::CreateAssociation(*model, *classes[static_cast<std::size_t>(c)], "",
-                                            rosehost::QualifiedName(*other));
+            auto association = rosehost::CreateAssociation(
+                *model, *classes[static_cast<std::size_t>(c)], "", rosehost::QualifiedName(*other));
             std::string tag = std::to_string(c) + "x" + std::to_string(k);
             association->roles[0]->name = "Owner" + tag;
             association->roles[1]->name = "Items" + tag;
@@ -122,8 +122,8 @@ struct RoseSide {
     ObjectRef control;
 };
 
-ObjectRef NewControl(const std::shared_ptr<rosehost::Host>& host,
-                     std::function<void()> quit = [] {}) {
+ObjectRef NewControl(
+    const std::shared_ptr<rosehost::Host>& host, std::function<void()> quit = [] {}) {
     auto control = std::make_shared<automation::LocalObject>(std::vector<std::string>{});
     control->Define(0, "Application", [host](automation::CallKind, const automation::Args&) {
         return automation::Variant(rosehost::ApplicationObject(host));
@@ -150,6 +150,8 @@ struct Figures {
     double importSeconds = 0;
     unsigned long long calls = 0;
     unsigned long long waits = 0;
+    // Of the waits: property gets, puts, method calls and interface casts.
+    unsigned long long gets = 0, puts = 0, methods = 0, casts = 0;
     int failedRows = 0;
     int importedClasses = 0;
 };
@@ -183,6 +185,7 @@ Figures Transfer(const ObjectRef& control,
     }
 
     Figures figures;
+    automation::rpc::WaitCounts kinds = automation::rpc::WaitCountsByKind();
     std::uint64_t calls = automation::rpc::CallCount();
     std::uint64_t waits = automation::rpc::WaitCount();
     {
@@ -207,7 +210,8 @@ Figures Transfer(const ObjectRef& control,
     {
         window::PlainWindow form;
         window::frmImportExport = &form;
-        for (const auto& entry : selection) form.lstSelectedClasses().AddItem("Shop." + entry.first);
+        for (const auto& entry : selection)
+            form.lstSelectedClasses().AddItem("Shop." + entry.first);
         auto start = std::chrono::steady_clock::now();
         importing::ImportClasses();
         figures.importSeconds = SecondsSince(start);
@@ -216,6 +220,11 @@ Figures Transfer(const ObjectRef& control,
     figures.calls += automation::rpc::CallCount() - calls;
     figures.waits += automation::rpc::WaitCount() - waits;
     window::frmImportExport = nullptr;
+    automation::rpc::WaitCounts after = automation::rpc::WaitCountsByKind();
+    figures.gets = after.gets - kinds.gets;
+    figures.puts = after.puts - kinds.puts;
+    figures.methods = after.methods - kinds.methods;
+    figures.casts = after.casts - kinds.casts;
     figures.importedClasses = automation::CallByName(control, "ClassCount").ToInt32();
     rose::RoseApp = nullptr;
     server::ServerFactory = nullptr;
@@ -255,7 +264,8 @@ void WriteAll(int fd, const std::string& text) {
 std::string ReadAll(int fd) {
     std::string text;
     char buf[4096];
-    for (ssize_t n; (n = read(fd, buf, sizeof buf)) > 0;) text.append(buf, static_cast<std::size_t>(n));
+    for (ssize_t n; (n = read(fd, buf, sizeof buf)) > 0;)
+        text.append(buf, static_cast<std::size_t>(n));
     return text;
 }
 
@@ -268,15 +278,17 @@ std::string ReadLine(int fd) {
 
 std::string FiguresText(const Figures& f) {
     char text[200];
-    std::snprintf(text, sizeof text, "%.6f %.6f %llu %llu %d %d\n", f.exportSeconds,
-                  f.importSeconds, f.calls, f.waits, f.failedRows, f.importedClasses);
+    std::snprintf(text, sizeof text, "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu\n",
+                  f.exportSeconds, f.importSeconds, f.calls, f.waits, f.failedRows,
+                  f.importedClasses, f.gets, f.puts, f.methods, f.casts);
     return text;
 }
 
 Figures ParseFigures(const std::string& text) {
     Figures f;
-    if (std::sscanf(text.c_str(), "%lf %lf %llu %llu %d %d", &f.exportSeconds, &f.importSeconds,
-                    &f.calls, &f.waits, &f.failedRows, &f.importedClasses) != 6) {
+    if (std::sscanf(text.c_str(), "%lf %lf %llu %llu %d %d %llu %llu %llu %llu", &f.exportSeconds,
+                    &f.importSeconds, &f.calls, &f.waits, &f.failedRows, &f.importedClasses,
+                    &f.gets, &f.puts, &f.methods, &f.casts) != 10) {
         f.failedRows = -1;
     }
     return f;
@@ -319,6 +331,10 @@ void Report(benchmark::State& state, const Figures& f, int classes) {
     state.counters["import_ms"] = f.importSeconds * 1000;
     state.counters["requests/class"] = static_cast<double>(f.calls) / classes;
     state.counters["roundtrips/class"] = static_cast<double>(f.waits) / classes;
+    state.counters["rt_gets/class"] = static_cast<double>(f.gets) / classes;
+    state.counters["rt_puts/class"] = static_cast<double>(f.puts) / classes;
+    state.counters["rt_methods/class"] = static_cast<double>(f.methods) / classes;
+    state.counters["rt_casts/class"] = static_cast<double>(f.casts) / classes;
 }
 
 void BM_RoundTripInProcess(benchmark::State& state) {

@@ -101,6 +101,16 @@ ObjectRef Connect(const std::string& address, const ClientOptions& options = {})
 std::uint64_t CallCount();
 std::uint64_t WaitCount();
 
+// The requests waited for, by what they asked (interface casts include the few requests that
+// end a failed run of calls sent ahead).
+struct WaitCounts {
+    std::uint64_t gets = 0;
+    std::uint64_t puts = 0;
+    std::uint64_t methods = 0;
+    std::uint64_t casts = 0;
+};
+WaitCounts WaitCountsByKind();
+
 // Who is on the other end of a server connection.
 struct ConnectionInfo {
     std::uint64_t id = 0;  // unique per server, counting from 1

@@ -19,6 +19,22 @@ using detail::Clock;
 
 std::atomic<std::uint64_t> gCalls{0};
 std::atomic<std::uint64_t> gWaits{0};
+std::atomic<std::uint64_t> gWaitedGets{0}, gWaitedPuts{0}, gWaitedMethods{0}, gWaitedCasts{0};
+
+void CountWait(const Message& request) {
+    gWaits.fetch_add(1, std::memory_order_relaxed);
+    if (request.type == MessageType::Implements) {
+        gWaitedCasts.fetch_add(1, std::memory_order_relaxed);
+    } else if (request.type != MessageType::Call) {
+        return;
+    } else if (request.kind == CallKind::Get) {
+        gWaitedGets.fetch_add(1, std::memory_order_relaxed);
+    } else if (request.kind == CallKind::Put) {
+        gWaitedPuts.fetch_add(1, std::memory_order_relaxed);
+    } else {
+        gWaitedMethods.fetch_add(1, std::memory_order_relaxed);
+    }
+}
 std::atomic<bool> gPipelinePuts{false};
 // Open Pipeline scopes.
 std::atomic<int> gPipelineDepth{0};
@@ -419,7 +435,7 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
         return {};
     }
     Send(frame);
-    gWaits.fetch_add(1, std::memory_order_relaxed);
+    CountWait(request);
     CollectAhead();
     Message reply = Receive(request.requestId);
     if (aheadFailed_) {
@@ -447,7 +463,7 @@ void Connection::Sync() {
     EncodeFrame(end, frame);
     Send(frame);
     gCalls.fetch_add(1, std::memory_order_relaxed);
-    gWaits.fetch_add(1, std::memory_order_relaxed);
+    CountWait(end);
     Receive(end.requestId);
     throw AutomationError(std::exchange(aheadError_, {}));
 }
@@ -529,6 +545,15 @@ void SyncOthers(const Connection* except) {
 
 std::uint64_t CallCount() { return gCalls.load(std::memory_order_relaxed); }
 std::uint64_t WaitCount() { return gWaits.load(std::memory_order_relaxed); }
+
+WaitCounts WaitCountsByKind() {
+    WaitCounts counts;
+    counts.gets = gWaitedGets.load(std::memory_order_relaxed);
+    counts.puts = gWaitedPuts.load(std::memory_order_relaxed);
+    counts.methods = gWaitedMethods.load(std::memory_order_relaxed);
+    counts.casts = gWaitedCasts.load(std::memory_order_relaxed);
+    return counts;
+}
 
 void SetPipelinePuts(bool on) { gPipelinePuts.store(on); }
 

@@ -299,6 +299,7 @@ TEST(InterfaceCast, ObjectsOfAToldKindAnswerCastsWithoutARoundTrip) {
     ObjectRef first = automation::GetByName(root, "Child").ToObject();
     ObjectRef second = automation::GetByName(root, "Child").ToObject();
     std::uint64_t waitsBefore = automation::rpc::WaitCount();
+    std::uint64_t castsBefore = automation::rpc::WaitCountsByKind().casts;
     for (const ObjectRef& child : {first, second}) {
         EXPECT_TRUE(child->Implements(rpctest::kClassIid));
         EXPECT_TRUE(child->Implements(
@@ -309,6 +310,7 @@ TEST(InterfaceCast, ObjectsOfAToldKindAnswerCastsWithoutARoundTrip) {
     // The root offers no interface of its own, so its casts are still asked.
     EXPECT_FALSE(root->Implements(rpctest::kAppIid));
     EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore + 1);
+    EXPECT_EQ(automation::rpc::WaitCountsByKind().casts, castsBefore + 1);
 }
 
 TEST(InterfaceCast, ObjectResultOfACallSentAheadIsReleased) {
