@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "automation/rpc.h"
+#include "automation/rpc_ahead.h"
 #include "automation/rpc_frame.h"
 #include "automation/rpc_internal.h"
 
@@ -17,27 +18,7 @@ namespace {
 
 using detail::Clock;
 
-std::atomic<std::uint64_t> gCalls{0};
-std::atomic<std::uint64_t> gWaits{0};
-std::atomic<std::uint64_t> gWaitedGets{0}, gWaitedPuts{0}, gWaitedMethods{0}, gWaitedCasts{0};
-
-void CountWait(const Message& request) {
-    gWaits.fetch_add(1, std::memory_order_relaxed);
-    if (request.type == MessageType::Implements) {
-        gWaitedCasts.fetch_add(1, std::memory_order_relaxed);
-    } else if (request.type != MessageType::Call) {
-        return;
-    } else if (request.kind == CallKind::Get) {
-        gWaitedGets.fetch_add(1, std::memory_order_relaxed);
-    } else if (request.kind == CallKind::Put) {
-        gWaitedPuts.fetch_add(1, std::memory_order_relaxed);
-    } else {
-        gWaitedMethods.fetch_add(1, std::memory_order_relaxed);
-    }
-}
 std::atomic<bool> gPipelinePuts{false};
-// Open Pipeline scopes.
-std::atomic<int> gPipelineDepth{0};
 
 // Kinds of object a server may introduce on one connection.
 constexpr std::uint32_t kMaxKinds = 4096;
@@ -47,19 +28,13 @@ constexpr std::uint32_t kMaxKinds = 4096;
 constexpr std::size_t kMaxAhead = 4096;
 
 class Proxy;
-class Connection;
 
 // Interface identifiers of a kind of object, as its server introduced them.
 using KindIids = std::shared_ptr<const std::vector<std::string>>;
 
-// Connections that have sent calls ahead at some time, so that a call that may change
-// something on one connection first waits for the calls sent ahead on the others.
-std::mutex gSentAheadMutex;
-std::vector<std::weak_ptr<Connection>> gSentAhead;
+using detail::SyncOthers;
 
-void SyncOthers(const Connection* except);
-
-class Connection : public std::enable_shared_from_this<Connection> {
+class Connection : public std::enable_shared_from_this<Connection>, public detail::SentAhead {
   public:
     Connection(int fd, const ClientOptions& options) : fd_(fd), options_(options) {}
     ~Connection();
@@ -70,8 +45,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     bool Implements(std::uint32_t handle, std::string_view iid);
     // Reads the replies of every call sent ahead and raises the first error among them.
     void Sync();
-    // The same when calls were sent ahead; nothing otherwise, even on a broken connection.
-    void SyncAhead() {
+    void SyncAhead() override {
         std::lock_guard lock(call_);
         if (ahead_.empty() && outbox_.empty() && !aheadFailed_) return;
         Sync();
@@ -107,7 +81,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::vector<std::uint32_t> ahead_;
     bool aheadFailed_ = false;
     std::string aheadError_;
-    bool listedAhead_ = false;  // in gSentAhead
+    bool listedAhead_ = false;  // by ListSentAhead
     // The kinds the server introduced, by number from 1.
     std::vector<KindIids> kinds_;
 
@@ -273,9 +247,7 @@ KindIids Connection::KindOf(const ObjectHandle& handle) {
 void Connection::NoteSentAhead() {
     if (listedAhead_) return;
     listedAhead_ = true;
-    std::lock_guard lock(gSentAheadMutex);
-    std::erase_if(gSentAhead, [](const std::weak_ptr<Connection>& c) { return c.expired(); });
-    gSentAhead.push_back(weak_from_this());
+    detail::ListSentAhead(weak_from_this());
 }
 
 void Connection::AppendReleases(std::string& frame) {
@@ -426,7 +398,7 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
         outbox_ = frame.substr(0, start);
         throw AutomationError("the call is too large to send");
     }
-    gCalls.fetch_add(1, std::memory_order_relaxed);
+    detail::CountCall();
     if (!wait) {
         NoteSentAhead();
         outbox_ = std::move(frame);
@@ -435,7 +407,7 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
         return {};
     }
     Send(frame);
-    CountWait(request);
+    detail::CountWait(request);
     CollectAhead();
     Message reply = Receive(request.requestId);
     if (aheadFailed_) {
@@ -462,8 +434,8 @@ void Connection::Sync() {
     AppendReleases(frame);
     EncodeFrame(end, frame);
     Send(frame);
-    gCalls.fetch_add(1, std::memory_order_relaxed);
-    CountWait(end);
+    detail::CountCall();
+    detail::CountWait(end);
     Receive(end.requestId);
     throw AutomationError(std::exchange(aheadError_, {}));
 }
@@ -496,9 +468,9 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     if (!options_.sendAhead) {
         ahead = false;
     } else if (kind == CallKind::Put) {
-        ahead = options_.pipelinePuts || gPipelineDepth.load() > 0;
+        ahead = options_.pipelinePuts || detail::PipelineOpen();
     } else if (use == CallUse::NoResult && kind == CallKind::Method) {
-        ahead = gPipelineDepth.load() > 0;
+        ahead = detail::PipelineOpen();
     }
     // A call that may change something must not run while a call sent ahead elsewhere may
     // have failed. A read may: it changes nothing, and when it fails the other connection's
@@ -526,48 +498,9 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
     }
 }
 
-// Waits for the calls sent ahead on every connection but `except`. Only one connection has
-// calls ahead at a time (a call that may change something waits for the others first), so
-// the first error found is the earliest.
-void SyncOthers(const Connection* except) {
-    std::vector<std::shared_ptr<Connection>> others;
-    {
-        std::lock_guard lock(gSentAheadMutex);
-        for (const auto& weak : gSentAhead) {
-            auto connection = weak.lock();
-            if (connection && connection.get() != except) others.push_back(std::move(connection));
-        }
-    }
-    for (const auto& connection : others) connection->SyncAhead();
-}
-
 }  // namespace
 
-std::uint64_t CallCount() { return gCalls.load(std::memory_order_relaxed); }
-std::uint64_t WaitCount() { return gWaits.load(std::memory_order_relaxed); }
-
-WaitCounts WaitCountsByKind() {
-    WaitCounts counts;
-    counts.gets = gWaitedGets.load(std::memory_order_relaxed);
-    counts.puts = gWaitedPuts.load(std::memory_order_relaxed);
-    counts.methods = gWaitedMethods.load(std::memory_order_relaxed);
-    counts.casts = gWaitedCasts.load(std::memory_order_relaxed);
-    return counts;
-}
-
 void SetPipelinePuts(bool on) { gPipelinePuts.store(on); }
-
-void SyncAll() { SyncOthers(nullptr); }
-
-Pipeline::Pipeline() { gPipelineDepth.fetch_add(1); }
-
-Pipeline::~Pipeline() {
-    gPipelineDepth.fetch_sub(1);
-    try {
-        SyncAll();
-    } catch (const AutomationError&) {
-    }
-}
 
 void Sync(const ObjectRef& object) {
     auto* proxy = dynamic_cast<const Proxy*>(object.get());

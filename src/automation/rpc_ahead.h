@@ -1,0 +1,36 @@
+// What the client's connections share about calls sent ahead: the open Pipeline scopes, the
+// connections that have sent calls ahead, and the request counters.
+#pragma once
+
+#include <memory>
+
+#include "automation/automation.h"
+#include "automation/rpc_frame.h"
+
+namespace automation::rpc::detail {
+
+// A connection as the list of connections with calls sent ahead sees it.
+class SentAhead {
+  public:
+    virtual ~SentAhead() = default;
+    // Waits for the replies of the calls sent ahead and raises the first error among them;
+    // nothing when none were sent, even on a broken connection.
+    virtual void SyncAhead() = 0;
+};
+
+// True while a Pipeline scope is open.
+bool PipelineOpen();
+
+// Lists a connection that sends calls ahead; once is enough.
+void ListSentAhead(std::weak_ptr<SentAhead> connection);
+
+// Waits for the calls sent ahead on every listed connection but `except` (none: on every one).
+// Only one connection has calls ahead at a time (a call that may change something waits for
+// the others first), so the first error found is the earliest.
+void SyncOthers(const SentAhead* except);
+
+// Counts a request sent, and a request waited for by what it asked.
+void CountCall();
+void CountWait(const Message& request);
+
+}  // namespace automation::rpc::detail
