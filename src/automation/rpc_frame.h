@@ -30,7 +30,8 @@ enum class MessageType : std::uint8_t {
 };
 
 inline constexpr std::string_view kHelloMagic = "corvansil-rpc";
-inline constexpr std::uint32_t kProtocolVersion = 1;
+// 2: an object handle may carry its kind (value tag 6), which a client of 1 cannot read.
+inline constexpr std::uint32_t kProtocolVersion = 2;
 
 // An object as it travels: a handle in the table of the connection's server side. The server
 // may tell the object's kind with a handle new to the client: a number per connection, with

@@ -98,10 +98,12 @@ TEST(Server, RefusesBadFramesWithoutDisturbingOtherClients) {
          "Error 0: malformed request at byte 13: field runs past the end of the frame\n"},
         {"reply sent by a client", Frame(reply), "Error 0: a client sent a reply\n"},
         {"truncated frame, then hang-up", callFrame.substr(0, 10), ""},
-        {"handle never given out", Frame(HelloOf(1)) + Frame(CallOn(99)),
+        {"handle never given out",
+         Frame(HelloOf(automation::rpc::kProtocolVersion)) + Frame(CallOn(99)),
          "Reply 1\nError 2: unknown object handle 99\n"},
         {"call before hello", callFrame, "Error 2: unknown object handle 1\n"},
-        {"other protocol version", Frame(HelloOf(2)) + callFrame,
+        {"earlier protocol version",
+         Frame(HelloOf(automation::rpc::kProtocolVersion - 1)) + callFrame,
          "Error 1: unsupported protocol\n"},
     };
 
