@@ -13,19 +13,19 @@ namespace {
 // are left out when empty. Model classes are not resolved to server names here: the server
 // reads the signature's types as written.
 std::string FormalSpecOf(const ObjectRef& operation) {
-    std::string spec;
+    std::string formalSpec;
     ObjectRef parameters = rose::ParameterList(operation);
     std::int16_t count = rose::Count(parameters);
     for (std::int16_t i = 1; i <= count; ++i) {
         ObjectRef parameter = rose::ParameterAt(parameters, i);
-        spec += rose::Name(rose::AsElement(parameter));
+        formalSpec += rose::Name(rose::AsElement(parameter));
         std::string type = ServerTypeOfRoseType(rose::TypeName(parameter));
-        if (!type.empty()) spec += ":" + type;
+        if (!type.empty()) formalSpec += ":" + type;
         std::string defaultValue = rose::DefaultValue(parameter);
-        if (!defaultValue.empty()) spec += "=" + defaultValue;
-        if (i != count) spec += ",";
+        if (!defaultValue.empty()) formalSpec += "=" + defaultValue;
+        if (i != count) formalSpec += ",";
     }
-    return spec;
+    return formalSpec;
 }
 
 }  // namespace

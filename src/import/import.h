@@ -76,7 +76,7 @@ ImportResult ImportAttribute(const ObjectRef& propDef, const ObjectRef& roseClas
 // already made from the other side of a relationship; Done.
 ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& typeName,
                                const ObjectRef& roseClass);
-// One method as an operation with the parameters of its formal specification; Done.
+// One method as an operation with the parameters of its FormalSpec; Done.
 ImportResult ImportOperation(const ObjectRef& methodDef, const ObjectRef& roseClass,
                              const ObjectRef& classDef);
 

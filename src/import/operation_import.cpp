@@ -19,7 +19,7 @@ std::string After(const std::string& text, char mark) {
     return at == std::string::npos ? std::string() : text.substr(at + 1);
 }
 
-// One parameter of a formal specification: name, name:type, name=default or
+// One parameter of a FormalSpec: name, name:type, name=default or
 // name:type=default (also name=default:type). Parentheses and quotation marks mean nothing
 // here, so a type's own parameters are cut at their first '='.
 struct FormalParameter {
@@ -36,10 +36,10 @@ FormalParameter ParseFormalParameter(const std::string& token) {
     return parameter;
 }
 
-void CreateParameters(const ObjectRef& op, std::string spec, const std::string& package) {
+void CreateParameters(const ObjectRef& op, std::string formalSpec, const std::string& package) {
     std::int16_t position = 1;
-    while (!spec.empty()) {
-        FormalParameter parameter = ParseFormalParameter(NextToken(spec, ','));
+    while (!formalSpec.empty()) {
+        FormalParameter parameter = ParseFormalParameter(NextToken(formalSpec, ','));
         rose::CreateParameter(op, parameter.name, FullTypeName(parameter.type, package),
                               parameter.defaultValue, position);
         ++position;

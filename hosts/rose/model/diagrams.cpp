@@ -1,7 +1,6 @@
-#include "model.h"
-
 #include <algorithm>
 
+#include "model.h"
 #include "model_internal.h"
 
 namespace rosehost {

@@ -1,10 +1,10 @@
 #include "model.h"
 
-#include "model_internal.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+
+#include "model_internal.h"
 
 namespace rosehost {
 namespace {
