@@ -214,24 +214,8 @@ WireValue Connection::ToWire(const Variant& v) const {
 }
 
 Variant Connection::FromWire(const WireValue& v) {
-    switch (static_cast<VariantType>(v.index())) {
-        case VariantType::Empty:
-            return {};
-        case VariantType::Bool:
-            return std::get<bool>(v);
-        case VariantType::Int16:
-            return std::get<std::int16_t>(v);
-        case VariantType::Int32:
-            return std::get<std::int32_t>(v);
-        case VariantType::String:
-            return std::get<std::string>(v);
-        case VariantType::Object: {
-            const auto& handle = std::get<ObjectHandle>(v);
-            if (handle.id == 0) return ObjectRef{};
-            return ProxyFor(handle.id, KindOf(handle));
-        }
-    }
-    return {};
+    return VariantOfWire(
+        v, [this](const ObjectHandle& handle) { return ProxyFor(handle.id, KindOf(handle)); });
 }
 
 // The interfaces of the handle's kind, learning them when the server introduces the kind; none

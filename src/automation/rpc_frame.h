@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -99,5 +100,25 @@ FrameResult DecodeFrame(std::string_view buffer, Message& out,
 
 // Appends the frame of `message` to `out`. The caller keeps argument counts below 65536.
 void EncodeFrame(const Message& message, std::string& out);
+
+// A value off the wire as a Variant; an object handle other than 0 becomes what `objectOf`
+// makes of it (the client's proxy, or the server's own object).
+template <class ObjectOf>
+Variant VariantOfWire(const WireValue& v, ObjectOf&& objectOf) {
+    if (const auto* handle = std::get_if<ObjectHandle>(&v)) {
+        if (handle->id == 0) return ObjectRef{};
+        return objectOf(*handle);
+    }
+    return std::visit(
+        [](const auto& x) -> Variant {
+            using T = std::decay_t<decltype(x)>;
+            if constexpr (std::is_same_v<T, std::monostate> || std::is_same_v<T, ObjectHandle>) {
+                return {};
+            } else {
+                return x;
+            }
+        },
+        v);
+}
 
 }  // namespace automation::rpc

@@ -120,24 +120,8 @@ const ObjectRef& ObjectOf(Peer& peer, std::uint32_t id) {
 }
 
 Variant FromWire(Peer& peer, const WireValue& v) {
-    switch (static_cast<VariantType>(v.index())) {
-        case VariantType::Empty:
-            return {};
-        case VariantType::Bool:
-            return std::get<bool>(v);
-        case VariantType::Int16:
-            return std::get<std::int16_t>(v);
-        case VariantType::Int32:
-            return std::get<std::int32_t>(v);
-        case VariantType::String:
-            return std::get<std::string>(v);
-        case VariantType::Object: {
-            std::uint32_t id = std::get<ObjectHandle>(v).id;
-            if (id == 0) return ObjectRef{};
-            return ObjectOf(peer, id);
-        }
-    }
-    return {};
+    return VariantOfWire(v,
+                         [&peer](const ObjectHandle& handle) { return ObjectOf(peer, handle.id); });
 }
 
 WireValue ToWire(State& s, Peer& peer, const Variant& v) {
