@@ -188,29 +188,15 @@ ObjectRef Connection::ProxyFor(std::uint32_t handle, KindIids iids) {
 }
 
 WireValue Connection::ToWire(const Variant& v) const {
-    switch (v.Type()) {
-        case VariantType::Empty:
-            return {};
-        case VariantType::Bool:
-            return v.AsBool();
-        case VariantType::Int16:
-            return v.AsInt16();
-        case VariantType::Int32:
-            return v.AsInt32();
-        case VariantType::String:
-            return v.AsString();
-        case VariantType::Object: {
-            const ObjectRef& obj = v.AsObject();
-            if (!obj) return ObjectHandle{0};
-            auto* proxy = dynamic_cast<const Proxy*>(obj.get());
-            if (proxy == nullptr || proxy->Owner() != this) {
-                throw AutomationError(
-                    "only objects of the same server can be passed to it as arguments");
-            }
-            return ObjectHandle{proxy->Handle()};
+    return WireOfVariant(v, [this](const ObjectRef& obj) -> WireValue {
+        if (!obj) return ObjectHandle{0};
+        auto* proxy = dynamic_cast<const Proxy*>(obj.get());
+        if (proxy == nullptr || proxy->Owner() != this) {
+            throw AutomationError(
+                "only objects of the same server can be passed to it as arguments");
         }
-    }
-    return {};
+        return ObjectHandle{proxy->Handle()};
+    });
 }
 
 Variant Connection::FromWire(const WireValue& v) {

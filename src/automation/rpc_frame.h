@@ -121,4 +121,24 @@ Variant VariantOfWire(const WireValue& v, ObjectOf&& objectOf) {
         v);
 }
 
+// A Variant as a value on the wire; an object becomes the handle that `handleOf` gives it.
+template <class HandleOf>
+WireValue WireOfVariant(const Variant& v, HandleOf&& handleOf) {
+    switch (v.Type()) {
+        case VariantType::Empty:
+            return {};
+        case VariantType::Bool:
+            return v.AsBool();
+        case VariantType::Int16:
+            return v.AsInt16();
+        case VariantType::Int32:
+            return v.AsInt32();
+        case VariantType::String:
+            return v.AsString();
+        case VariantType::Object:
+            return handleOf(v.AsObject());
+    }
+    return {};
+}
+
 }  // namespace automation::rpc

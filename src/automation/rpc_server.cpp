@@ -125,21 +125,7 @@ Variant FromWire(Peer& peer, const WireValue& v) {
 }
 
 WireValue ToWire(State& s, Peer& peer, const Variant& v) {
-    switch (v.Type()) {
-        case VariantType::Empty:
-            return {};
-        case VariantType::Bool:
-            return v.AsBool();
-        case VariantType::Int16:
-            return v.AsInt16();
-        case VariantType::Int32:
-            return v.AsInt32();
-        case VariantType::String:
-            return v.AsString();
-        case VariantType::Object:
-            return HandleFor(s, peer, v.AsObject());
-    }
-    return {};
+    return WireOfVariant(v, [&](const ObjectRef& obj) { return HandleFor(s, peer, obj); });
 }
 
 void Release(State& s, Peer& peer, std::uint32_t id, std::uint32_t count) {
