@@ -27,10 +27,45 @@ std::string_view Trim(std::string_view s) {
     return s;
 }
 
+// True when the whole text is a number written in decimal: a sign, digits with at most one
+// decimal point (one digit at least), and an exponent. Nothing else counts as a number: not
+// "nan", "inf" or "infinity", not hexadecimal, not thousands separators, not a second sign.
+bool IsDecimalNumber(std::string_view s) {
+    std::size_t i = 0;
+    auto digits = [&] {
+        std::size_t start = i;
+        while (i < s.size() && s[i] >= '0' && s[i] <= '9') ++i;
+        return i - start;
+    };
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+    std::size_t mantissa = digits();
+    if (i < s.size() && s[i] == '.') {
+        ++i;
+        mantissa += digits();
+    }
+    if (mantissa == 0) return false;
+    if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+        ++i;
+        if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+        if (digits() == 0) return false;
+    }
+    return i == s.size();
+}
+
+// Whether a decimal number is zero: every digit before its exponent is '0', whatever the
+// exponent, so that a number too large or too small for a double still counts as not zero.
+bool IsZeroNumber(std::string_view s) {
+    for (char c : s) {
+        if (c == 'e' || c == 'E') break;
+        if (c >= '1' && c <= '9') return false;
+    }
+    return true;
+}
+
 // A whole text read as a decimal number (integral or not). False when it is not one.
 bool ParseNumber(std::string_view text, double& out) {
     std::string_view s = Trim(text);
-    if (s.empty()) return false;
+    if (!IsDecimalNumber(s)) return false;
     if (s.front() == '+') s.remove_prefix(1);
     auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out);
     return ec == std::errc() && end == s.data() + s.size();
@@ -95,8 +130,7 @@ bool Variant::ToBool() const {
             std::string_view s = Trim(std::get<std::string>(value_));
             if (EqualsNoCase(s, "True")) return true;
             if (EqualsNoCase(s, "False")) return false;
-            double number = 0;
-            if (ParseNumber(s, number)) return number != 0;
+            if (IsDecimalNumber(s)) return !IsZeroNumber(s);
             ThrowTypeMismatch();
         }
         case VariantType::Object:

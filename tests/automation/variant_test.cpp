@@ -25,10 +25,15 @@ TEST(VariantToBool, ConvertsTextTheWayKeywordsAreRead) {
         bool ok;
         bool value;
     } cases[] = {
-        {"True", true, true},   {"TRUE", true, true},  {"false", true, false},
-        {"fAlSe", true, false}, {"0", true, false},    {"1", true, true},
-        {"-1", true, true},     {"2.5", true, true},   {" True ", true, true},
-        {"", false, false},     {"yes", false, false}, {"Tru", false, false},
+        {"True", true, true},   {"TRUE", true, true},       {"false", true, false},
+        {"fAlSe", true, false}, {"0", true, false},         {"1", true, true},
+        {"-1", true, true},     {"2.5", true, true},        {" True ", true, true},
+        {"", false, false},     {"yes", false, false},      {"Tru", false, false},
+        {"-0.0", true, false},  {"1e999", true, true},      {"0e5", true, false},
+        {".5", true, true},     {"nan", false, false},      {"-nan", false, false},
+        {"inf", false, false},  {"Infinity", false, false}, {"0x1", false, false},
+        {"+-1", false, false},  {"1,000", false, false},    {"1e", false, false},
+        {".", false, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
