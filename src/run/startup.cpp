@@ -3,6 +3,7 @@
 #include <QDialog>
 #include <QFont>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
@@ -53,6 +54,15 @@ class CaptionLabel : public QLabel {
     void mouseReleaseEvent(QMouseEvent* event) override { event->accept(); }
 };
 
+// The window takes no input beyond the click: a dialog would close on Escape.
+class StartUpDialog : public QDialog {
+  public:
+    using QDialog::QDialog;
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override { event->accept(); }
+};
+
 QLabel* NewCaption(QWidget* parent, const char* name, int top) {
     auto* label = new CaptionLabel(parent);
     label->setObjectName(name);
@@ -75,7 +85,7 @@ QPointer<QDialog> frmStartUp;
 QDialog* LoadStartUp() {
     if (frmStartUp) frmStartUp->close();
 
-    auto* form = new QDialog(nullptr, Qt::Tool | Qt::FramelessWindowHint);
+    auto* form = new StartUpDialog(nullptr, Qt::Tool | Qt::FramelessWindowHint);
     form->setObjectName(QStringLiteral("frmStartUp"));
     form->setAttribute(Qt::WA_DeleteOnClose);
     // After an installation this is the last window: closing it ends the process.

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QSet>
@@ -105,7 +106,7 @@ TEST(frmStartUp, ClosesByItselfWhenShownModally) {
     EXPECT_EQ(run::StartUpWindow(), nullptr);
 }
 
-TEST(frmStartUp, ClosesAtAClickOnThePictureOnly) {
+TEST(frmStartUp, ClosesAtAClickOnThePictureOnlyNotAtAKey) {
     App();
     run::ShowStartUp();
     for (const char* name : {"lblVersion", "lblStartUp"}) {
@@ -114,6 +115,10 @@ TEST(frmStartUp, ClosesAtAClickOnThePictureOnly) {
         Settle();
         EXPECT_TRUE(StartUpShowing());
     }
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(run::StartUpWindow(), &escape);
+    Settle();
+    EXPECT_TRUE(StartUpShowing());
     Click(Control<QWidget>("picStartUp"));
     Settle();
     EXPECT_FALSE(StartUpShowing());
