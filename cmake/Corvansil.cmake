@@ -1,7 +1,10 @@
 # Warnings for our own targets only; third-party headers come in as system includes.
 add_library(corvansil_warnings INTERFACE)
 target_compile_options(corvansil_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Werror -Wshadow -Wold-style-cast -Wnon-virtual-dtor)
+    -Wall -Wextra -Wpedantic -Wshadow -Wold-style-cast -Wnon-virtual-dtor)
+if(CORVANSIL_WERROR)
+    target_compile_options(corvansil_warnings INTERFACE -Werror)
+endif()
 
 if(CORVANSIL_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
