@@ -41,16 +41,9 @@ std::string DefaultToken(const PropertyDef& property) {
             return Quoted(property.defaultValue);
         case PropertyKind::Integer:
             return property.defaultValue;
-        case PropertyKind::Enumeration: {
-            // Appended piece by piece: GCC 12 at -O3 warns falsely of an overlapping copy
-            // on `"(" + text`.
-            std::string token = "(";
-            token += Quoted(property.enumType->name);
-            token += ' ';
-            token += std::to_string(EnumCode(*property.enumType, property.defaultValue));
-            token += ')';
-            return token;
-        }
+        case PropertyKind::Enumeration:
+            return "(" + Quoted(property.enumType->name) + " " +
+                   std::to_string(EnumCode(*property.enumType, property.defaultValue)) + ")";
     }
     return "";
 }
