@@ -1,6 +1,7 @@
 // One open model and the control object through which the command line drives it.
 #include "automation/local_object.h"
 #include "hosts/rose/host/host.h"
+#include "hosts/rose/host/host_internal.h"
 
 namespace rosehost {
 namespace {
@@ -89,7 +90,9 @@ std::string SaveSession(Session& session, const std::string& path) {
     if (path.empty() && session.document.path().empty()) {
         return "the model has never been saved: give a file name";
     }
+    binding::ResolveLinks(model);
     SyncModel(model, session.document);
+    binding::ResolveLinks(session.document.model().root);
     std::string error = path.empty() ? session.document.Save() : session.document.SaveAs(path);
     if (error.empty()) model.name = ModelNameOf(session.document.path());
     return error;
