@@ -235,6 +235,14 @@ TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
     ASSERT_EQ(reread.operations[0]->parameters.size(), 3u);
     EXPECT_EQ(reread.operations[0]->parameters[1]->type, "%String=\"");
     EXPECT_EQ(reread.operations[0]->parameters[2]->name, "\"");
+
+    // A name the file can only hold as its placeholder for no name would read back as none.
+    std::string saved = test::ReadFile(dir + "/shop.mdl");
+    CreateClass(model, shop, "$UNNAMED$7");
+    EXPECT_EQ(SaveSession(session, ""),
+              "nothing saved: the model does not read back from the text written for it (class "
+              "\"Logical View::shop::$UNNAMED$7\": name)");
+    EXPECT_EQ(test::ReadFile(dir + "/shop.mdl"), saved);
 }
 
 }  // namespace

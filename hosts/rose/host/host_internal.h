@@ -93,6 +93,10 @@ inline petal::Object* OriginOf(const Element& element) {
 void ResolveLinks(Model& model);
 void ResolveLinks(petal::Object& design);
 
+// Where `saved`, the model read back from a synced document, says other than `model`
+// (verify.cpp): "" when it says the same, else the first element and field that differ.
+std::string ModelDifference(const Model& model, const Model& saved);
+
 // Writing new and changed elements (sync_new.cpp, sync_diagrams.cpp).
 struct SyncContext {
     Model& model;

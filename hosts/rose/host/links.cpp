@@ -69,8 +69,7 @@ void CollectRoot(const petal::Object& design, std::string_view key, ClassTable& 
 }
 
 // The quid a link should carry, or "" when its own resolves or its name finds no single class.
-std::string MissingQuid(const ClassTable& table, const std::string& path,
-                        const std::string& quid) {
+std::string MissingQuid(const ClassTable& table, const std::string& path, const std::string& quid) {
     if (!quid.empty() && table.quids.contains(quid)) return "";
     auto it = table.quidsByPath.find(path);
     if (it == table.quidsByPath.end() || it->second.size() != 1) return "";

@@ -92,6 +92,12 @@ std::string SaveSession(Session& session, const std::string& path) {
     }
     binding::ResolveLinks(model);
     SyncModel(model, session.document);
+    // What the file will say must be the model; the document's own writer checks the bytes.
+    std::string difference = binding::ModelDifference(model, *LoadModel(session.document));
+    if (!difference.empty()) {
+        return "nothing saved: the model does not read back from the text written for it (" +
+               difference + ")";
+    }
     binding::ResolveLinks(session.document.model().root);
     std::string error = path.empty() ? session.document.Save() : session.document.SaveAs(path);
     if (error.empty()) model.name = ModelNameOf(session.document.path());

@@ -168,8 +168,8 @@ std::string ReadBackDifference(std::string_view bytes, const Object& header, con
     File read;
     ParseResult parsed = ParseDocument(bytes, read);
     if (!parsed) {
-        return "line " + std::to_string(parsed.line) + ", column " +
-               std::to_string(parsed.column) + ": " + parsed.message;
+        return "line " + std::to_string(parsed.line) + ", column " + std::to_string(parsed.column) +
+               ": " + parsed.message;
     }
     std::string where;
     if (!SameObject(header, read.header, {}, where)) return where;
