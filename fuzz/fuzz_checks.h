@@ -24,7 +24,7 @@ struct Outcome {
 };
 
 // A Petal file: a refusal names a line and column inside the input; an accepted file written
-// back must read again and give the same bytes when written once more.
+// back must read again as the same tree and give the same bytes when written once more.
 inline Outcome CheckPetal(std::string_view bytes) {
     Outcome outcome;
     petal::File file;
@@ -45,6 +45,11 @@ inline Outcome CheckPetal(std::string_view bytes) {
     if (!reread.ok) {
         outcome.problem = "written file does not read again: line " + std::to_string(reread.line) +
                           ": " + reread.message;
+        return outcome;
+    }
+    std::string difference = petal::ReadBackDifference(written, file.header, file.root);
+    if (!difference.empty()) {
+        outcome.problem = "written file reads back as another tree: " + difference;
         return outcome;
     }
     if (petal::WriteDocument(again) != written)

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string_view>
 
 #include "platform/registry_internal.h"
@@ -151,6 +153,21 @@ std::vector<std::string> ListRegistrySubkeys(const std::string& keyPath) {
         names.push_back(rest);
     }
     return names;
+}
+
+std::string RegistryFileProblem() {
+    std::string path = RegistryFilePath();
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) return "";
+    if (!std::filesystem::is_regular_file(path, error)) return "not a regular file";
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return "it cannot be opened for reading";
+    std::ostringstream text;
+    text << in.rdbuf();
+    regfile::Registry registry;
+    regfile::ParseResult parsed = regfile::ParseRegistry(text.str(), registry);
+    if (parsed.ok) return "";
+    return "line " + std::to_string(parsed.line) + ": " + parsed.message;
 }
 
 }  // namespace platform

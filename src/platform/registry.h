@@ -73,4 +73,8 @@ bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName,
 // order (sorted); empty when there are none or the file cannot be read.
 std::vector<std::string> ListRegistrySubkeys(const std::string& keyPath);
 
+// Why the registry file cannot be read, for a warning: "" when it reads or does not exist
+// (an absent file is an empty registry), otherwise the reason ("line 3: bad value line").
+std::string RegistryFileProblem();
+
 }  // namespace platform

@@ -1,6 +1,8 @@
 // Edits made through the automation objects, saved, and read back from the saved file.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "hosts/rose/host/host.h"
 #include "support.h"
 
@@ -182,6 +184,65 @@ TEST(SyncModel, NewModelSavesALoadableFile) {
     ASSERT_EQ(OpenSession(again, dir + "/shop.mdl"), "");
     EXPECT_EQ(ShowModel(*ModelOf(*again.host)), ShowModel(model));
     EXPECT_EQ(ModelOf(*again.host)->name, "shop");
+}
+
+// What an import makes: a subclass and an association end before the class they point at, and
+// a method whose formal spec `list:%List,sep:%String=","` splits into a parameter named '"'.
+TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
+    std::string dir = test::MakeTempDir();
+    Session session;
+    NewSession(session);
+    Model& model = *ModelOf(*session.host);
+    auto shop = CreateCategory(model, model.top, "shop");
+    auto sub = CreateClass(model, shop, "Sub");
+    CreateSuperclassLink(model, *sub, "", "Logical View::shop::Base");
+    CreateAssociation(model, *sub, "", "Logical View::shop::Base");
+    auto join = CreateOperation(model, *sub, "Join", "%String");
+    CreateParameter(model, *join, "list", "%List", "", 1);
+    CreateParameter(model, *join, "sep", "%String=\"", "", 2);
+    CreateParameter(model, *join, "\"", "", "", 3);
+    sub->documentation = "  indented\n|barred \\ \"quoted\"\n";
+    CreateClass(model, shop, "Base");
+    CreateClass(model, shop, "Other");
+    ASSERT_EQ(SaveSession(session, dir + "/shop.mdl"), "");
+    // Linked later still: the quid is found at the next save too.
+    CreateSuperclassLink(model, *sub, "", "Logical View::shop::Other");
+    ASSERT_EQ(SaveSession(session, ""), "");
+
+    petal::File file;
+    ASSERT_TRUE(petal::ParseDocument(test::ReadFile(dir + "/shop.mdl"), file));
+    std::map<std::string, std::string> quids;
+    petal::VisitObjects(file.root, [&](const petal::Object& o) {
+        if (o.kind == "Class")
+            quids["Logical View::shop::" + o.names[0]] = petal::GetText(o, "quid");
+    });
+    int links = 0;
+    petal::VisitObjects(file.root, [&](const petal::Object& o) {
+        if (o.kind != "Inheritance_Relationship" && o.kind != "Role") return;
+        ++links;
+        std::string supplier = petal::GetText(o, "supplier");
+        SCOPED_TRACE(o.kind + " to " + supplier);
+        ASSERT_TRUE(quids.contains(supplier));
+        EXPECT_EQ(petal::GetText(o, "quidu"), quids[supplier]);
+    });
+    EXPECT_EQ(links, 4);
+
+    Session again;
+    ASSERT_EQ(OpenSession(again, dir + "/shop.mdl"), "");
+    EXPECT_EQ(ShowModel(*ModelOf(*again.host)), ShowModel(model));
+    const Class& reread = *ClassesByPath(*ModelOf(*again.host), "shop::Sub")[0];
+    EXPECT_EQ(reread.documentation, sub->documentation);
+    ASSERT_EQ(reread.operations[0]->parameters.size(), 3u);
+    EXPECT_EQ(reread.operations[0]->parameters[1]->type, "%String=\"");
+    EXPECT_EQ(reread.operations[0]->parameters[2]->name, "\"");
+
+    // A name the file can only hold as its placeholder for no name would read back as none.
+    std::string saved = test::ReadFile(dir + "/shop.mdl");
+    CreateClass(model, shop, "$UNNAMED$7");
+    EXPECT_EQ(SaveSession(session, ""),
+              "nothing saved: the model does not read back from the text written for it (class "
+              "\"Logical View::shop::$UNNAMED$7\": name)");
+    EXPECT_EQ(test::ReadFile(dir + "/shop.mdl"), saved);
 }
 
 }  // namespace

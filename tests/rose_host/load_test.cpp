@@ -152,7 +152,8 @@ TEST(OpenSession, RefusesFilesThatAreNoRoseModel) {
         EXPECT_EQ(OpenSession(session, path), path + c.message);
     }
     Session session;
-    EXPECT_EQ(OpenSession(session, dir + "/absent.mdl"), "cannot read " + dir + "/absent.mdl");
+    EXPECT_EQ(OpenSession(session, dir + "/absent.mdl"),
+              "cannot read " + dir + "/absent.mdl: No such file or directory");
 }
 
 TEST(ModelNameOf, IsTheBaseNameWithoutExtension) {

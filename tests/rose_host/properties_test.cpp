@@ -82,11 +82,40 @@ TEST(InstalledPropertyFiles, SkipsAddInsThatAreNotActive) {
     Session session;
     NewSession(session);
     ASSERT_EQ(session.warnings.size(), 1u);
-    EXPECT_EQ(session.warnings[0], "cannot read property file /opt/other/other.pty");
+    EXPECT_EQ(session.warnings[0],
+              "property file: cannot read /opt/other/other.pty: No such file or directory");
     Element element;
     EXPECT_EQ(GetToolProperty(*ModelOf(*session.host), element, ElementKind::Operation, "Tavro",
                               "CodeMode"),
               "");
+}
+
+TEST(LoadAddInProperties, SaysWhichRegistryFileItCannotRead) {
+    struct Case {
+        const char* name;
+        const char* bytes;   // nullptr: no file
+        const char* reason;  // nullptr: no warning
+    };
+    const Case cases[] = {
+        {"missing", nullptr, "no such file"},
+        {"damaged", "REGEDIT5\r\n", "line 1: not a REGEDIT4 file"},
+        {"cut off", "REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\r\n", "line 3: bad key line"},
+        {"empty registry", "REGEDIT4\r\n", nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string path = test::MakeTempDir() + "/registry.reg";
+        ::setenv("CORVANSIL_REGISTRY", path.c_str(), 1);
+        if (c.bytes != nullptr) test::WriteFile(path, c.bytes);
+        Session session;
+        NewSession(session);
+        std::vector<std::string> expected;
+        if (c.reason != nullptr) {
+            expected.push_back("cannot read the registry file " + path + ": " + c.reason +
+                               "; no add-in's tool-property defaults are loaded");
+        }
+        EXPECT_EQ(session.warnings, expected);
+    }
 }
 
 TEST(LoadModel, DefaultsComeFromTheModelFileItself) {

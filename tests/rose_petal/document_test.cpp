@@ -1,5 +1,7 @@
 // Models with controlled units: finding units, warning about missing ones, saving safely.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -149,6 +151,103 @@ TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElseWithBackups
     }
     EXPECT_EQ(CountKind(reloaded.model().root, "ClassAttribute"),
               CountKind(originalUnit.root, "ClassAttribute") + 1);
+}
+
+// A model whose logical view holds one class "C" and, for each name, a unit stub "<name>"
+// whose file is "<name>.cat" beside the model (or the absolute path given).
+std::string ModelText(const std::vector<std::string>& units) {
+    std::string stubs;
+    for (const std::string& unit : units) {
+        std::string file = unit[0] == '/' ? unit : unit + ".cat";
+        std::string name = unit[0] == '/' ? unit.substr(unit.rfind('/') + 1) : unit;
+        stubs += "\n\t    (object Class_Category \"" + name +
+                 "\"\n\t\tis_unit    \tTRUE\n\t\tis_loaded  \tFALSE\n\t\tfile_name  \t\"" + file +
+                 "\")";
+    }
+    return petal_test::Document(
+        "    version    \t42\n    charSet    \t0",
+        "(object Design \"Logical View\"\n    is_unit    \tTRUE\n    is_loaded  \tTRUE\n"
+        "    root_category \t(object Class_Category \"Logical View\"\n"
+        "\tlogical_models \t(list unit_reference_list\n"
+        "\t    (object Class \"C\"\n\t\tquid       \t\"0123456789AB\")" +
+            stubs + ")))");
+}
+
+TEST(DocumentLoad, ReadsOnlyRegularFilesOfBoundedSize) {
+    petal_test::TempDir temp;
+    const std::string& dir = temp.path;
+    ASSERT_EQ(::mkfifo((dir + "/fifo.cat").c_str(), 0600), 0);
+    ASSERT_EQ(::mkdir((dir + "/folder.cat").c_str(), 0700), 0);
+    ASSERT_EQ(SaveFileAtomically(dir + "/huge.cat", ""), "");
+    ASSERT_EQ(::truncate((dir + "/huge.cat").c_str(), static_cast<off_t>(kMaxFileBytes) + 1), 0);
+    std::string model = dir + "/m.mdl";
+    ASSERT_EQ(SaveFileAtomically(model, ModelText({"fifo", "/dev/zero", "folder", "huge"})), "");
+    Document doc;
+    ASSERT_TRUE(doc.Load(model));
+    EXPECT_EQ(
+        doc.warnings(),
+        (std::vector<std::string>{
+            "unit \"fifo\" left unloaded: cannot read " + dir + "/fifo.cat: not a regular file",
+            "unit \"zero\" left unloaded: cannot read /dev/zero: not a regular file",
+            "unit \"folder\" left unloaded: cannot read " + dir + "/folder.cat: not a regular file",
+            "unit \"huge\" left unloaded: cannot read " + dir +
+                "/huge.cat: larger than 256 MiB, the most read",
+        }));
+    ParseResult fifo = doc.Load(dir + "/fifo.cat");
+    EXPECT_EQ(fifo.message, "cannot read " + dir + "/fifo.cat: not a regular file");
+}
+
+TEST(DocumentSave, RefusesTextItsCodePageCannotHoldUnlessSavedAsANewFile) {
+    petal_test::TempDir temp;
+    std::string model = temp.path + "/m.mdl";
+    std::string original = ModelText({});
+    ASSERT_EQ(SaveFileAtomically(model, original), "");
+    Document doc;
+    ASSERT_TRUE(doc.Load(model));
+    Object* cls = FindNamed(doc.model().root, "Class", "C");
+    ASSERT_NE(cls, nullptr);
+    const std::string text = "a \u2265 b \u2192 \u6F22\u5B57 \u00E9";
+    SetField(*cls, "documentation", MakeString(text));
+    EXPECT_EQ(doc.Save(),
+              "nothing saved: text that its file's code page cannot hold would turn into '?'; "
+              "change it, or save the model under a new name (written in code page GB18030, "
+              "charSet 134, which holds every character):\n  " +
+                  model +
+                  " (code page Windows-1252):\n    Class \"Logical View::C\", documentation: "
+                  "\"\u2265\" (U+2265), \"\u2192\" (U+2192), \"\u6F22\" (U+6F22), \"\u5B57\" "
+                  "(U+5B57)");
+    EXPECT_EQ(ReadBytes(model), original);
+    EXPECT_EQ(FilesIn(temp.path), std::set<std::string>{"m.mdl"});
+
+    std::string copy = temp.path + "/copy.mdl";
+    ASSERT_EQ(doc.SaveAs(copy), "");
+    Document reloaded;
+    ASSERT_TRUE(reloaded.Load(copy));
+    EXPECT_EQ(FindField(reloaded.model().header, "charSet")->text, "134");
+    EXPECT_EQ(GetText(*FindNamed(reloaded.model().root, "Class", "C"), "documentation"), text);
+    EXPECT_EQ(ReadBytes(model), original);
+}
+
+TEST(DocumentSave, LeavesNewTextThatReadsBackOtherwiseBesideTheUntouchedFile) {
+    petal_test::TempDir temp;
+    std::string model = temp.path + "/m.mdl";
+    std::string original = ModelText({});
+    ASSERT_EQ(SaveFileAtomically(model, original), "");
+    Document doc;
+    ASSERT_TRUE(doc.Load(model));
+    Object* cls = FindNamed(doc.model().root, "Class", "C");
+    ASSERT_NE(cls, nullptr);
+    // A float whose text has no decimals reads back as a whole number.
+    Value odd = MakeFloat(1);
+    odd.text = "5";
+    SetField(*cls, "uid", odd);
+    EXPECT_EQ(doc.Save(), "nothing saved: the new text of " + model +
+                              " does not read back as the model ((object Class \"C\" reads back "
+                              "with another uid); " +
+                              model + " is left as it was, and the new text is in " + model +
+                              ".rejected");
+    EXPECT_EQ(ReadBytes(model), original);
+    EXPECT_NE(ReadBytes(model + ".rejected").find("uid        \t5)"), std::string::npos);
 }
 
 TEST(DocumentNewQuid, GivesQuidsNoLoadedFileUses) {

@@ -107,6 +107,70 @@ TEST(WriteDocument, EncodesNewTextInTheFileCodePage) {
         std::string out = WriteDocument(Header(c.charSet), root, LineEnd::Lf);
         EXPECT_NE(out.find("(object Class \"" + c.bytes + "\")"), std::string::npos) << out;
     }
+
+    // What the code page lacks is named, element by element, character by character.
+    Object category = NewObject("Class_Category", "pkg");
+    Object cls = NewObject("Class", "C\u4E2D");
+    SetField(cls, "documentation", MakeString("x \u2265 \u2192 \u6F22\u5B57 \u00E9"));
+    Object attribute = NewObject("Attribute");
+    attribute.fields.push_back({"value", MakeString("\U0001F600")});
+    AppendObject(EnsureList(cls, "attributes", "Attribute_Set"), std::move(attribute));
+    AppendObject(EnsureList(category, "logical_models", "unit_reference_list"), std::move(cls));
+    std::vector<std::string> lost;
+    WriteDocument(Header("0"), category, LineEnd::Lf, {}, lost);
+    EXPECT_EQ(lost, (std::vector<std::string>{
+                        "Class \"pkg::C\u4E2D\", name: \"\u4E2D\" (U+4E2D)",
+                        "Attribute of Class \"pkg::C\u4E2D\", value: \"\U0001F600\" (U+1F600)",
+                        "Class \"pkg::C\u4E2D\", documentation: \"\u2265\" (U+2265), \"\u2192\" "
+                        "(U+2192), \"\u6F22\" (U+6F22), \"\u5B57\" (U+5B57)",
+                    }));
+    lost.clear();
+    WriteDocument(Header("134"), category, LineEnd::Lf, {}, lost);
+    EXPECT_TRUE(lost.empty());
+}
+
+// Text that every place of a file must give back as it was: a header name (only quotes can
+// hold it), a field (quotes or a '|' block), typed text, an enumerated value, a list item.
+TEST(WriteDocument, EveryTextReadsBackAsItWas) {
+    struct Case {
+        const char* name;
+        const char* charSet;
+        std::string utf8;
+    };
+    const Case cases[] = {
+        {"double quote alone, as a parameter split from ',' \",\"", "0", "\""},
+        {"quotes around a word", "0", "say \"hi\""},
+        {"backslashes, one before the closing quote", "0", "C:\\dir\\"},
+        {"backslash before a quote", "0", "\\\""},
+        {"bar at the start of lines", "0", "|a\n|b"},
+        {"line breaks, an empty last line", "0", "one\ntwo\n"},
+        {"leading blanks and tabs on every line", "0", "  a\n\t b\n   "},
+        {"carriage return before a line break", "0", "a\r\nb\r"},
+        {"comment sign and parentheses", "0", "# (list x) )"},
+        {"two-byte character ending in 0x5C, then a quote", "128", "\u8868\"\u8868"},
+        {"two-byte character ending in 0x5C, then a backslash", "128", "\u8868\\\u8868\\"},
+    };
+    for (LineEnd lineEnd : {LineEnd::Lf, LineEnd::CrLf}) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(c.name) + (lineEnd == LineEnd::Lf ? ", LF" : ", CR LF"));
+            Object root = NewObject("Class_Category", c.utf8, "0123456789AB");
+            SetField(root, "documentation", MakeString(c.utf8));
+            SetField(root, "stereotype", MakeTypedText("Text", c.utf8));
+            SetField(root, "exportControl", MakeEnum(c.utf8, 3));
+            Value& list = EnsureList(root, "logical_models", "unit_reference_list");
+            list.items.push_back(MakeString(c.utf8));
+            AppendObject(list, NewObject("Class", c.utf8));
+            std::string bytes = WriteDocument(Header(c.charSet), root, lineEnd);
+            EXPECT_EQ(ReadBackDifference(bytes, Header(c.charSet), root), "") << bytes;
+            File reread;
+            ASSERT_TRUE(ParseDocument(bytes, reread)) << bytes;
+            EXPECT_EQ(reread.root.names, std::vector<std::string>{c.utf8});
+            EXPECT_EQ(GetText(reread.root, "documentation"), c.utf8);
+        }
+    }
+    // Where only quotes can stand, a double quote is written \" as in the tool's property files.
+    std::string bytes = WriteDocument(Header("0"), NewObject("Parameter", "\""), LineEnd::Lf);
+    EXPECT_NE(bytes.find("(object Parameter \"\\\"\")"), std::string::npos) << bytes;
 }
 
 TEST(SetField, PutsNewKeysWhereTheModellingToolWritesThem) {

@@ -45,7 +45,8 @@ bool ReadPropertyFile(const std::string& path, std::vector<PropertySet>& sets, s
 // with "Active" = "Yes": "InstallDir" + "/" + "PropertyFile", in the registry's order.
 std::vector<std::string> InstalledPropertyFiles();
 // Adds the defaults of every installed add-in to the model; a set the model file declares
-// keeps its own defaults. Files that cannot be read are reported in `warnings`.
+// keeps its own defaults. The registry file and property files that cannot be read are
+// reported in `warnings`, each with the reason (a missing registry file too).
 void LoadAddInProperties(Model& model, std::vector<std::string>& warnings);
 
 // --- Printing (show.cpp) ---

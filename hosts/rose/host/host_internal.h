@@ -87,6 +87,16 @@ inline petal::Object* OriginOf(const Element& element) {
     return static_cast<petal::Object*>(element.origin);
 }
 
+// Gives every link to a class that has no quid, or one no class has, the quid of the class
+// its qualified name finds (links.cpp): the model's superclass links and roles, and in the
+// document every Inheritance, Role, Realize and Uses relationship.
+void ResolveLinks(Model& model);
+void ResolveLinks(petal::Object& design);
+
+// Where `saved`, the model read back from a synced document, says other than `model`
+// (verify.cpp): "" when it says the same, else the first element and field that differ.
+std::string ModelDifference(const Model& model, const Model& saved);
+
 // Writing new and changed elements (sync_new.cpp, sync_diagrams.cpp).
 struct SyncContext {
     Model& model;

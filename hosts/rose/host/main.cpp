@@ -30,8 +30,14 @@ constexpr Command kCommands[] = {
      "serve the model FILE.mdl on the host's socket until `rose-host stop`, SIGTERM or SIGINT;\n"
      "with --detach, serve in the background and return once the socket answers"},
     {"new", "new [--detach]", "serve an empty, never saved model"},
-    {"save", "save [FILE]", "save the served model to its own file, or to FILE (which it keeps)"},
-    {"stop", "stop [--save]", "end the host, saving the model first with --save"},
+    {"save", "save [FILE]",
+     "save the served model to its own file, or to FILE (which it keeps); a file is replaced\n"
+     "only by text that reads back as the model, else it stays and the new text is left as\n"
+     "FILE.rejected; text that the file's code page cannot hold is refused, naming each\n"
+     "element and character, except that a model saved to a new file is written in code\n"
+     "page GB18030 (charSet 134), which holds every character, when its own cannot"},
+    {"stop", "stop [--save]",
+     "end the host, saving the model first with --save (the host stays if the save fails)"},
     {"status", "status", "print the served model's name, file, counts and current diagram"},
     {"select", "select NAME...",
      "select these classes (bare or qualified names) on the current diagram, and only these"},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <filesystem>
 
 #include "hosts/rose/host/host_internal.h"
 #include "platform/registry.h"
@@ -262,6 +263,17 @@ std::vector<std::string> InstalledPropertyFiles() {
 }
 
 void LoadAddInProperties(Model& model, std::vector<std::string>& warnings) {
+    // Without the registry no add-in's defaults are known, and elements would show empty
+    // tool properties where the add-in expects its defaults: say so at start.
+    std::string registry = platform::RegistryFilePath();
+    std::error_code absent;
+    std::string problem = std::filesystem::exists(registry, absent)
+                              ? platform::RegistryFileProblem()
+                              : std::string("no such file");
+    if (!problem.empty()) {
+        warnings.push_back("cannot read the registry file " + registry + ": " + problem +
+                           "; no add-in's tool-property defaults are loaded");
+    }
     // The model file's own sets were loaded first and win over an add-in's, entry by entry.
     std::vector<PropertySet> own = std::move(model.propertySets);
     model.propertySets.clear();

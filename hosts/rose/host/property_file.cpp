@@ -3,8 +3,6 @@
 // do), so it has a small reader of its own that builds the same value tree as a model file.
 #include <cctype>
 #include <charconv>
-#include <fstream>
-#include <sstream>
 
 #include "hosts/rose/host/host.h"
 
@@ -186,14 +184,11 @@ class Reader {
 }  // namespace
 
 bool ReadPropertyFile(const std::string& path, std::vector<PropertySet>& sets, std::string& error) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = "cannot read property file " + path;
+    std::string text;
+    if (std::string why = petal::ReadRegularFile(path, text); !why.empty()) {
+        error = "property file: " + why;
         return false;
     }
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    std::string text = std::move(buffer).str();
     Reader reader(text);
     petal::Value list;
     if (!reader.File(list)) {

@@ -1,6 +1,7 @@
 // One open model and the control object through which the command line drives it.
 #include "automation/local_object.h"
 #include "hosts/rose/host/host.h"
+#include "hosts/rose/host/host_internal.h"
 
 namespace rosehost {
 namespace {
@@ -89,7 +90,15 @@ std::string SaveSession(Session& session, const std::string& path) {
     if (path.empty() && session.document.path().empty()) {
         return "the model has never been saved: give a file name";
     }
+    binding::ResolveLinks(model);
     SyncModel(model, session.document);
+    // What the file will say must be the model; the document's own writer checks the bytes.
+    std::string difference = binding::ModelDifference(model, *LoadModel(session.document));
+    if (!difference.empty()) {
+        return "nothing saved: the model does not read back from the text written for it (" +
+               difference + ")";
+    }
+    binding::ResolveLinks(session.document.model().root);
     std::string error = path.empty() ? session.document.Save() : session.document.SaveAs(path);
     if (error.empty()) model.name = ModelNameOf(session.document.path());
     return error;

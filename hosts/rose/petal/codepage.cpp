@@ -108,7 +108,7 @@ bool RunIconv(void* handle, std::string_view in, std::string& out, size_t& badOf
 
 }  // namespace
 
-TextCodec::TextCodec(int charSet) {
+TextCodec::TextCodec(int charSet) : charSet_(charSet) {
     const char* name = IconvNameOf(charSet);
     if (name == nullptr) return;
     iconv_t to = iconv_open("UTF-8", name);
@@ -161,21 +161,26 @@ bool TextCodec::Decode(std::string_view bytes, std::string& utf8, std::string& e
     return true;
 }
 
-std::string TextCodec::Encode(std::string_view utf8) const {
+std::string TextCodec::Encode(std::string_view utf8, std::vector<char32_t>* missing) const {
     if (IsAscii(utf8)) return std::string(utf8);
     std::string out;
+    auto lose = [&](char32_t c) {
+        out += '?';
+        if (missing != nullptr) missing->push_back(c);
+    };
     if (fromUtf8_ != nullptr) {
         // Convert code point by code point so that one missing character costs only itself.
         size_t i = 0;
         while (i < utf8.size()) {
             size_t start = i;
-            NextCodePoint(utf8, i);
+            char32_t c = NextCodePoint(utf8, i);
             size_t bad = 0;
             std::string piece;
-            if (RunIconv(fromUtf8_, utf8.substr(start, i - start), piece, bad)) {
+            bool invalid = c == 0xFFFD && i - start == 1;
+            if (!invalid && RunIconv(fromUtf8_, utf8.substr(start, i - start), piece, bad)) {
                 out += piece;
             } else {
-                out += '?';
+                lose(c);
             }
         }
         return out;
@@ -187,13 +192,34 @@ std::string TextCodec::Encode(std::string_view utf8) const {
             out += static_cast<char>(c);
             continue;
         }
-        char mapped = '?';
+        int found = -1;
         for (int k = 0; k < 32; ++k) {
-            if (kCp1252High[k] != 0 && kCp1252High[k] == c) mapped = static_cast<char>(0x80 + k);
+            if (kCp1252High[k] != 0 && kCp1252High[k] == c) found = k;
         }
-        out += mapped;
+        if (found < 0) {
+            lose(c);
+            continue;
+        }
+        out += static_cast<char>(0x80 + found);
     }
     return out;
+}
+
+bool TextCodec::IsLeadByte(unsigned char byte) const {
+    switch (charSet_) {
+        case 128:  // Shift_JIS
+            return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
+        case 129:  // Korean
+        case 134:  // GB18030: its four-byte characters are two such pairs
+        case 136:  // Big5
+            return byte >= 0x81 && byte <= 0xFE;
+        default:
+            return false;
+    }
+}
+
+std::string TextCodec::Name() const {
+    return iconvName_.empty() ? std::string("Windows-1252") : iconvName_;
 }
 
 int HeaderCharSet(const Object& header) {

@@ -1,16 +1,11 @@
-// Models with their controlled units, and saving files so that a crash loses nothing.
-#include <fcntl.h>
-#include <sys/stat.h>
+// Models with their controlled units: loading them and keeping track of where each unit lives.
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "hosts/rose/petal/petal.h"
+#include "hosts/rose/petal/petal_internal.h"
 
 namespace petal {
 namespace {
@@ -29,30 +24,10 @@ bool IsUnitStub(const Object& o) {
            !loaded->boolean && FindField(o, "file_name") != nullptr;
 }
 
-std::string DirectoryOf(const std::string& path) {
-    size_t slash = path.rfind('/');
-    if (slash == std::string::npos) return ".";
-    if (slash == 0) return "/";
-    return path.substr(0, slash);
-}
-
-bool ReadWholeFile(const std::string& path, std::string& bytes) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    bytes = std::move(buffer).str();
-    return !in.bad();
-}
-
 bool FileExists(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
 
 std::string Describe(const std::string& path, const ParseResult& r) {
     return path + ":" + std::to_string(r.line) + ":" + std::to_string(r.column) + ": " + r.message;
-}
-
-std::string ErrnoText(const std::string& what, const std::string& path) {
-    return what + " " + path + ": " + std::strerror(errno);
 }
 
 }  // namespace
@@ -101,14 +76,14 @@ ParseResult Document::Load(const std::string& path, const PathMap& pathMap) {
     *this = Document();
     path_ = path;
     std::string bytes;
-    if (!ReadWholeFile(path, bytes)) {
+    if (std::string error = ReadRegularFile(path, bytes); !error.empty()) {
         ParseResult r;
-        r.message = "cannot read " + path;
+        r.message = error;
         return r;
     }
     ParseResult result = ParseDocument(bytes, model_);
     if (!result) return result;
-    LoadUnits(model_.root, DirectoryOf(path), pathMap, 0);
+    LoadUnits(model_.root, detail::DirectoryOf(path), pathMap, 0);
     return result;
 }
 
@@ -150,8 +125,8 @@ void Document::LoadUnits(Object& root, const std::string& baseDir, const PathMap
         }
         std::string bytes;
         File unitFile;
-        if (!ReadWholeFile(found, bytes)) {
-            warnings_.push_back("unit \"" + unitName + "\" cannot be read: " + found);
+        if (std::string error = ReadRegularFile(found, bytes); !error.empty()) {
+            warnings_.push_back("unit \"" + unitName + "\" left unloaded: " + error);
             continue;
         }
         ParseResult r = ParseDocument(bytes, unitFile);
@@ -168,7 +143,7 @@ void Document::LoadUnits(Object& root, const std::string& baseDir, const PathMap
         *stubValue->object = std::move(unitFile.root);
         unit.root = stubValue->object.get();
         units_.push_back(std::move(unit));
-        LoadUnits(*stubValue->object, DirectoryOf(found), pathMap, depth + 1);
+        LoadUnits(*stubValue->object, detail::DirectoryOf(found), pathMap, depth + 1);
     }
 }
 
@@ -184,45 +159,6 @@ std::vector<std::string> Document::UnitPaths() const {
     std::vector<std::string> paths;
     for (const Unit& unit : units_) paths.push_back(unit.path);
     return paths;
-}
-
-// Writes every loaded unit found below `root` to its own file, units inside units included.
-std::string Document::WriteUnits(const Object& root, bool isRoot) {
-    std::string error;
-    std::vector<Object> renamedStubs;
-    VisitObjects(root, [&](const Object& o) {
-        const Unit* unit = isRoot && &o == &root ? nullptr : LoadedUnitOf(o);
-        if (unit == nullptr || !error.empty()) return;
-        ObjectSubstitute substitute = [&](const Object& inner) -> const Object* {
-            if (&inner == &o) return nullptr;
-            const Unit* u = LoadedUnitOf(inner);
-            return u ? &u->stub : nullptr;
-        };
-        error = SaveFileAtomically(unit->path,
-                                   WriteDocument(unit->header, o, unit->lineEnd, substitute));
-    });
-    return error;
-}
-
-std::string Document::Save() { return SaveAs(path_); }
-
-std::string Document::SaveAs(const std::string& path) {
-    // A renamed unit category keeps its stub's name in step.
-    for (Unit& unit : units_) {
-        VisitObjects(model_.root, [&](const Object& o) {
-            if (&o != &model_.root && LoadedUnitOf(o) == &unit) unit.stub.names = o.names;
-        });
-    }
-    std::string error = WriteUnits(model_.root, true);
-    if (!error.empty()) return error;
-    ObjectSubstitute substitute = [&](const Object& o) -> const Object* {
-        if (&o == &model_.root) return nullptr;
-        const Unit* u = LoadedUnitOf(o);
-        return u ? &u->stub : nullptr;
-    };
-    error = SaveFileAtomically(path, WriteDocument(model_, substitute));
-    if (error.empty()) path_ = path;
-    return error;
 }
 
 std::string Document::NewQuid() {
@@ -247,56 +183,6 @@ std::string Document::NewQuid() {
         usedQuids_.insert(it, quid);
         return quid;
     }
-}
-
-std::string SaveFileAtomically(const std::string& path, std::string_view bytes) {
-    std::string temp = path + ".tmp-XXXXXX";
-    int fd = ::mkstemp(temp.data());
-    if (fd < 0) return ErrnoText("cannot create a file beside", path);
-    struct stat previous {};
-    ::fchmod(fd, ::stat(path.c_str(), &previous) == 0 ? (previous.st_mode & 07777) : 0644);
-    const char* data = bytes.data();
-    size_t left = bytes.size();
-    while (left > 0) {
-        ssize_t n = ::write(fd, data, left);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) {
-            std::string error = ErrnoText("cannot write", temp);
-            ::close(fd);
-            ::unlink(temp.c_str());
-            return error;
-        }
-        data += n;
-        left -= static_cast<size_t>(n);
-    }
-    if (::fsync(fd) != 0 || ::close(fd) != 0) {
-        std::string error = ErrnoText("cannot flush", temp);
-        ::unlink(temp.c_str());
-        return error;
-    }
-    // The previous file stays reachable under both names until the new one replaces it,
-    // so that at every moment "path" is a whole file.
-    std::string backup = path + ".bak";
-    if (FileExists(path)) {
-        ::unlink(backup.c_str());
-        if (::link(path.c_str(), backup.c_str()) != 0 &&
-            ::rename(path.c_str(), backup.c_str()) != 0) {
-            std::string error = ErrnoText("cannot keep the previous file as", backup);
-            ::unlink(temp.c_str());
-            return error;
-        }
-    }
-    if (::rename(temp.c_str(), path.c_str()) != 0) {
-        std::string error = ErrnoText("cannot rename the new file to", path);
-        ::unlink(temp.c_str());
-        return error;
-    }
-    int dir = ::open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY);
-    if (dir >= 0) {
-        ::fsync(dir);
-        ::close(dir);
-    }
-    return "";
 }
 
 }  // namespace petal

@@ -114,8 +114,8 @@ Token Lexer::ScanNumber(Token t) {
     return t;
 }
 
-// "..." on one line; "\\" stands for one backslash. A string that runs on over line
-// ends is joined with '\n' rather than refused, as other readers of the format do.
+// "..." on one line; "\\" stands for one backslash and "\"" for a double quote. A string that
+// runs on over line ends is joined with '\n' rather than refused, as other readers do.
 Token Lexer::ScanString(Token t) {
     ++pos_;
     std::string bytes;
@@ -125,9 +125,19 @@ Token Lexer::ScanString(Token t) {
         }
         char c = s_[pos_++];
         if (c == '"') break;
-        if (c == '\\' && pos_ < s_.size() && s_[pos_] == '\\') {
-            ++pos_;
-            bytes += '\\';
+        if (codec_->IsLeadByte(static_cast<unsigned char>(c)) && pos_ < s_.size() &&
+            static_cast<unsigned char>(s_[pos_]) >= 0x40) {
+            // A two-byte character of a Far East code page: its second byte may be a '\\',
+            // which a writer that escapes byte by byte doubles and one that escapes character
+            // by character does not; either way it belongs to the character.
+            bytes += c;
+            char trail = s_[pos_++];
+            bytes += trail;
+            if (trail == '\\' && pos_ + 1 < s_.size() && s_[pos_] == '\\') ++pos_;
+            continue;
+        }
+        if (c == '\\' && pos_ < s_.size() && (s_[pos_] == '\\' || s_[pos_] == '"')) {
+            bytes += s_[pos_++];
         } else if (c == '\r' && crIsLineEnd_ && pos_ < s_.size() && s_[pos_] == '\n') {
             continue;
         } else if (c == '\n') {

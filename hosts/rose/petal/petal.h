@@ -6,6 +6,7 @@
 // changed is written back byte for byte; an edited or new element is laid out the same way.
 // Text is UTF-8 in memory and in the file's code page (the header's charSet) on disk.
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <functional>
@@ -98,6 +99,15 @@ using ObjectSubstitute = std::function<const Object*(const Object&)>;
 std::string WriteDocument(const File& file, const ObjectSubstitute& substitute = {});
 std::string WriteDocument(const Object& header, const Object& root, LineEnd lineEnd,
                           const ObjectSubstitute& substitute = {});
+// As above, and adds to `lost` one line for each element and field whose text the code page
+// cannot hold (written as '?'), naming the element, the field and each such character.
+std::string WriteDocument(const Object& header, const Object& root, LineEnd lineEnd,
+                          const ObjectSubstitute& substitute, std::vector<std::string>& lost);
+// Where the file `bytes` does not read back as `header` and `root` (objects replaced by
+// `substitute` as when they were written): "" when it does, else the parser's complaint or
+// the first element that reads back otherwise.
+std::string ReadBackDifference(std::string_view bytes, const Object& header, const Object& root,
+                               const ObjectSubstitute& substitute = {});
 
 // --- Building and editing ---------------------------------------------------------------
 
@@ -156,7 +166,13 @@ class Document {
     // result; a unit's failure is only a warning.
     ParseResult Load(const std::string& path, const PathMap& pathMap = EnvironmentPathMap);
     // Writes the model and every loaded unit back to their files; "" on success, otherwise
-    // the reason. Each file is replaced atomically; see SaveFileAtomically.
+    // the reason. Each file is replaced atomically; see SaveFileAtomically. Nothing is
+    // written unless every file's new text reads back as the tree: text its code page cannot
+    // hold refuses the save, naming each element and character (a file's code page is the
+    // one it was read with; only a model going to a file other than its own, such as a new
+    // model's first save, is written in GB18030, charSet 134, when its own code page falls
+    // short); a new text that reads back otherwise is left as "<file>.rejected" beside the
+    // untouched file.
     std::string Save();
     // Writes the model to a new path (units stay where they are) and makes it the model's path.
     std::string SaveAs(const std::string& path);
@@ -179,9 +195,18 @@ class Document {
         Object stub;  // as the parent wrote it; written back in the unit's place
         LineEnd lineEnd = LineEnd::CrLf;
     };
+    // One file a save writes.
+    struct Output {
+        std::string path;
+        Object header;
+        const Object* root = nullptr;
+        LineEnd lineEnd = LineEnd::CrLf;
+        ObjectSubstitute substitute;
+        std::string bytes;
+    };
     void LoadUnits(Object& root, const std::string& baseDir, const PathMap& pathMap, int depth);
     const Unit* LoadedUnitOf(const Object& object) const;
-    std::string WriteUnits(const Object& root, bool isRoot);
+    std::vector<Output> Outputs(const std::string& path);
 
     File model_;
     std::string path_;
@@ -195,6 +220,14 @@ class Document {
 // names taken from `baseDir`. Returns the candidates in the order they should be tried.
 std::vector<std::string> UnitFileCandidates(std::string_view fileName, const std::string& baseDir,
                                             const PathMap& pathMap);
+
+// The largest file rose-host reads (a model, a unit, a property file): real models stay far
+// below it; it keeps a hostile or mistaken file name from eating the memory.
+constexpr std::size_t kMaxFileBytes = std::size_t{256} << 20;  // 256 MiB
+
+// Reads a whole regular file of at most kMaxFileBytes; anything else (a FIFO, a device, a
+// directory) is refused without waiting on it. "" on success, otherwise the reason.
+std::string ReadRegularFile(const std::string& path, std::string& bytes);
 
 // Replaces `path` with `bytes` so that a crash leaves either the old or the new file: writes
 // "<path>.tmp-XXXXXX" beside it, syncs it, keeps the previous file as "<path>.bak" and

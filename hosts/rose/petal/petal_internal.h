@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hosts/rose/petal/petal.h"
 
@@ -21,10 +22,16 @@ class TextCodec {
     // False when `bytes` holds a byte or sequence that is no character of the code page;
     // `error` then says which.
     bool Decode(std::string_view bytes, std::string& utf8, std::string& error) const;
-    // Characters the code page lacks become '?', as the modelling tool's ANSI output does.
-    std::string Encode(std::string_view utf8) const;
+    // Characters the code page lacks become '?', as the modelling tool's ANSI output does;
+    // each of them (U+FFFD for a byte that is no UTF-8) is added to `missing` when given.
+    std::string Encode(std::string_view utf8, std::vector<char32_t>* missing = nullptr) const;
+    // True for the first byte of a two-byte character (Far East code pages only).
+    bool IsLeadByte(unsigned char byte) const;
+    // The code page's name as a reader knows it ("Windows-1252", "GB18030", ...).
+    std::string Name() const;
 
   private:
+    int charSet_ = 0;
     std::string iconvName_;  // "" for the built-in Windows-1252
     void* toUtf8_ = nullptr;
     void* fromUtf8_ = nullptr;
@@ -80,8 +87,10 @@ class Lexer {
     Token Scan();
     Token ScanNumber(Token t);
 
-    // "..." on one line; "\\" stands for one backslash. A string that runs on over line
-    // ends is joined with '\n' rather than refused, as other readers of the format do.
+    // "..." on one line; "\\" stands for one backslash. The modelling tool never puts a double
+    // quote inside quotes (it writes such text as a '|' block), but a header name cannot be a
+    // block, so "\"" stands for one there, as in the tool's property files. A string that runs
+    // on over line ends is joined with '\n' rather than refused, as other readers do.
     Token ScanString(Token t);
 
     // Consecutive lines starting with '|': each line's text after the bar, joined by '\n'.
@@ -96,6 +105,9 @@ class Lexer {
     Token peek_;
     bool hasPeek_ = false;
 };
+
+// The folder part of a path ("." when it has none).
+std::string DirectoryOf(const std::string& path);
 
 // charSet of a Petal header (0 when it has none or it is not a number).
 int HeaderCharSet(const Object& header);
