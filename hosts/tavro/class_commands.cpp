@@ -181,6 +181,7 @@ int ClassCommand(const Options& options) {
         int version = options.words.size() > 4 ? std::atoi(options.words[4].c_str()) : 0;
         if (options.words.size() > 4 && version <= 0) Die("bad version " + options.words[4]);
         tavro::RestoreClass(*store, ns, name, version, kOperator);
+        std::cout << "tavro-host: restored " << name << " in " << ns << "\n";
     } else {
         Die("unknown class command " + verb);
     }
