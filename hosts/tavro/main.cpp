@@ -12,14 +12,36 @@
 #include <vector>
 
 #include "automation/rpc.h"
+#include "hosts/tavro/command_line.h"
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/store/store.h"
 #include "hosts/tavro/xml/class_xml.h"
 
+namespace tavro_cli {
+
+[[noreturn]] void Die(const std::string& text) {
+    std::cerr << "tavro-host: " << text << "\n";
+    std::exit(1);
+}
+
+const std::string& Word(const Options& options, std::size_t index, const char* what) {
+    if (index >= options.words.size())
+        Die(std::string("missing ") + what + "; see tavro-host --help");
+    return options.words[index];
+}
+
+std::string DataDir(const Options& options) {
+    if (!options.data.empty()) return options.data;
+    const char* env = std::getenv("TAVRO_DATA");
+    if (env != nullptr && *env) return env;
+    Die("no data directory: give --data DIR or set TAVRO_DATA");
+}
+
+}  // namespace tavro_cli
+
 namespace {
 
-constexpr int kDefaultPort = 48100;
-constexpr const char* kDefaultBind = "127.0.0.1";
+using namespace tavro_cli;
 
 constexpr const char* kUsage = R"(usage: tavro-host COMMAND ...
 
@@ -27,39 +49,37 @@ constexpr const char* kUsage = R"(usage: tavro-host COMMAND ...
       create a data directory: the database, the namespace USER, the server's own classes
       and one user (default "developer") with the "Development" permission
   serve DIR [--port N] [--bind ADDRESS]
-      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT
+      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT;
+      one server per data directory (a second one is refused)
   user add NAME [--development] [--password-file FILE]
   user remove NAME
   user grant NAME Development
   user revoke NAME Development
   namespace add NAME [--no-security]
   namespace list
-  class list NS
+  class list NS [--deleted-since TIME]
+      the classes of NS; with --deleted-since, the classes deleted at or after TIME and not
+      saved again, each with the command that restores it. TIME is UTC, as history prints
+      it: "2026-11-23 15:40:00", 2026-11-23T15:40:00Z or 2026-11-23, or a time ago: -90s,
+      -10m, -2h, -1d
   class show NS NAME
   class history NS NAME
   class restore NS NAME [VERSION]
+      bring back a version that history lists; without VERSION the newest one (for a
+      deleted class, the definition it had when it was deleted)
+  class load NS FILE
+      store the class of a class XML file in NS, replacing the class of that name (which
+      goes to the history); the checks of every write apply
+  class dump NS DIR
+      write every class of NS as DIR/NAME.xml (class XML, mode 0600), each file whole
+  history prune NS|--all --keep N
+      keep the newest N (1 or more) history versions of each class of NS or of every
+      namespace and remove the older ones
 
 Commands after init and serve find the data directory in --data DIR or $TAVRO_DATA.
 A password is read from the first line of FILE ("-" for standard input) or asked for on
 the terminal. Every command takes --help.
 )";
-
-struct Options {
-    std::vector<std::string> words;  // the command and its positional arguments
-    std::string data;
-    std::string user = "developer";
-    std::string passwordFile;
-    std::string bind = kDefaultBind;
-    int port = kDefaultPort;
-    bool development = false;
-    bool noSecurity = false;
-    bool help = false;
-};
-
-[[noreturn]] void Die(const std::string& text) {
-    std::cerr << "tavro-host: " << text << "\n";
-    std::exit(1);
-}
 
 bool TakeValue(int argc, char** argv, int& i, const std::string& flag, std::string& value) {
     if (argv[i] != flag) return false;
@@ -79,11 +99,15 @@ Options ParseOptions(int argc, char** argv) {
             options.development = true;
         } else if (arg == "--no-security") {
             options.noSecurity = true;
+        } else if (arg == "--all") {
+            options.all = true;
         } else if (TakeValue(argc, argv, i, "--data", options.data) ||
                    TakeValue(argc, argv, i, "--user", options.user) ||
                    TakeValue(argc, argv, i, "--password-file", options.passwordFile) ||
                    TakeValue(argc, argv, i, "--bind", options.bind) ||
-                   TakeValue(argc, argv, i, "--port", port)) {
+                   TakeValue(argc, argv, i, "--port", port) ||
+                   TakeValue(argc, argv, i, "--deleted-since", options.deletedSince) ||
+                   TakeValue(argc, argv, i, "--keep", options.keep)) {
             continue;
         } else if (arg.size() > 1 && arg[0] == '-') {
             Die("unknown option " + arg);
@@ -142,21 +166,6 @@ std::string ReadPassword(const Options& options) {
     return password;
 }
 
-const std::string& Word(const Options& options, std::size_t index, const char* what) {
-    if (index >= options.words.size())
-        Die(std::string("missing ") + what + "; see tavro-host --help");
-    return options.words[index];
-}
-
-std::string DataDir(const Options& options) {
-    if (!options.data.empty()) return options.data;
-    const char* env = std::getenv("TAVRO_DATA");
-    if (env != nullptr && *env) return env;
-    Die("no data directory: give --data DIR or set TAVRO_DATA");
-}
-
-const tavro::Actor kOperator{"operator", true};
-
 automation::rpc::Server* gServer = nullptr;
 
 void StopServing(int) {
@@ -165,7 +174,8 @@ void StopServing(int) {
 
 int Serve(const Options& options) {
     std::string dir = Word(options, 1, "data directory");
-    tavro::OpenStore(dir);  // refuse to serve a directory that was never initialised
+    tavro::OpenStore(dir);            // refuse to serve a directory that was never initialised
+    tavro::ServeLock serveLock(dir);  // and one that another tavro-host serves
     automation::rpc::Server server(
         [dir](const automation::rpc::ConnectionInfo&) { return tavro::NewLoginObject(dir); });
     server.Listen("tcp:" + options.bind + ":" + std::to_string(options.port));
@@ -212,38 +222,6 @@ int NamespaceCommand(const Options& options) {
     return 0;
 }
 
-int ClassCommand(const Options& options) {
-    const std::string& verb = Word(options, 1, "class command");
-    const std::string& ns = Word(options, 2, "namespace");
-    auto store = tavro::OpenStore(DataDir(options));
-    if (!tavro::NamespaceExists(*store, ns)) Die("no namespace " + ns);
-    if (verb == "list") {
-        for (const tavro::SummaryRow& row : tavro::SummaryOf(*store, ns))
-            std::cout << row.name << "\n";
-        return 0;
-    }
-    const std::string& name = Word(options, 3, "class name");
-    if (verb == "show") {
-        tavro::ClassDef def;
-        if (!tavro::LoadClass(*store, ns, name, def))
-            Die("class " + name + " does not exist in " + ns);
-        std::cout << tavro::RenderClassXml(def);
-    } else if (verb == "history") {
-        for (const tavro::HistoryEntry& entry : tavro::ClassHistory(*store, ns, name)) {
-            std::cout << entry.version << "\tsaved " << entry.savedAt << " by " << entry.savedBy
-                      << "\t" << entry.reason << " " << entry.replacedAt << " by "
-                      << entry.replacedBy << "\n";
-        }
-    } else if (verb == "restore") {
-        int version = options.words.size() > 4 ? std::atoi(options.words[4].c_str()) : 0;
-        if (options.words.size() > 4 && version <= 0) Die("bad version " + options.words[4]);
-        tavro::RestoreClass(*store, ns, name, version, kOperator);
-    } else {
-        Die("unknown class command " + verb);
-    }
-    return 0;
-}
-
 // The usage lines of one command and their explanations.
 void PrintCommandHelp(const std::string& command) {
     std::string usage = kUsage;
@@ -284,6 +262,7 @@ int Run(const Options& options) {
     if (command == "user") return UserCommand(options);
     if (command == "namespace") return NamespaceCommand(options);
     if (command == "class") return ClassCommand(options);
+    if (command == "history") return HistoryCommand(options);
     Die("unknown command " + command + "; see tavro-host --help");
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "hosts/tavro/store/store.h"
@@ -172,6 +173,76 @@ TEST(AddTavroSpecialClasses, DatatypeAndSystemRunsFillTheSystemCategory) {
     RoseHost reopened(dir, "reopened.sock");
     ASSERT_TRUE(reopened.Start(saved));
     EXPECT_EQ(reopened.Command({"show"}).out, rose.Command({"show"}).out);
+}
+
+// The operator's side of tavro-host: classes put on the server from their XML and written back
+// out, a second server of one data directory refused, and a class that a run left deleted
+// listed with the command that brings it back, which does.
+TEST(TavroHost, ListsClassesLeftDeletedWithTheCommandThatRestoresThem) {
+    if (!e2e::MissingProgram().empty()) GTEST_SKIP() << "not built: " << e2e::MissingProgram();
+    TempDir dir("e2e-operator");
+    TavroServer tavro(dir);
+    const std::string order =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Class name=\"Shop.Order\">\n"
+        "  <Method name=\"Join\">\n    <FormalSpec>list:%List,sep:%String=\",\"</FormalSpec>\n"
+        "  </Method>\n</Class>\n";
+    e2e::WriteFile(dir / "order.xml", order);
+    e2e::WriteFile(dir / "solo.xml", "<Class name=\"Solo\"/>");
+    ExpectEnded(tavro.Command({"class", "load", "USER", dir / "order.xml"}), 0);
+    Exit solo = tavro.Command({"class", "load", "USER", dir / "solo.xml"});
+    ExpectEnded(solo, 1);
+    EXPECT_EQ(solo.err, "tavro-host: class name 'Solo' has no package\n");
+    ExpectEnded(tavro.Command({"class", "dump", "USER", dir / "dump"}), 0);
+    std::string dumped = dir / "dump/Shop.Order.xml";
+    EXPECT_EQ(e2e::ReadFile(dumped), tavro.Command({"class", "show", "USER", "Shop.Order"}).out);
+    EXPECT_EQ(std::filesystem::status(dumped).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+
+    ASSERT_TRUE(tavro.Start());
+    Exit second =
+        e2e::Run(dir, {"tavro-host", "serve", tavro.dataDir(), "--port", "0"}, {}, "", 30s);
+    ExpectEnded(second, 1);
+    EXPECT_NE(second.err.find(" is already served by another tavro-host (process "),
+              std::string::npos)
+        << second.err;
+
+    ExpectEnded(tavro.Command({"class", "load", "USER", dir / "order.xml"}), 0);
+    tavro::DeleteClass(*tavro::OpenStore(tavro.dataDir()), "USER", "Shop.Order",
+                       tavro::Actor{"dev"});
+    Exit listed = tavro.Command({"class", "list", "USER", "--deleted-since", "-1h"});
+    ExpectEnded(listed, 0);
+    std::string dataDir = std::filesystem::absolute(tavro.dataDir()).lexically_normal().string();
+    std::string command = "tavro-host --data " + dataDir + " class restore USER Shop.Order 2";
+    ASSERT_EQ(CountOf(listed.out, "\n"), 1U) << listed.out;
+    EXPECT_EQ(listed.out.rfind("Shop.Order\tdeleted ", 0), 0U) << listed.out;
+    EXPECT_EQ(listed.out.substr(listed.out.rfind('\t') + 1), command + "\n");
+    ExpectEnded(tavro.Command({"class", "list", "USER", "--deleted-since", "2999-01-01"}), 0);
+    ExpectEnded(tavro.Command({"class", "list", "USER", "--deleted-since", "2026-02-30"}), 1);
+
+    std::vector<std::string> argv;
+    for (std::size_t at = 0; at < command.size();) {
+        std::size_t end = std::min(command.find(' ', at), command.size());
+        argv.push_back(command.substr(at, end - at));
+        at = end + 1;
+    }
+    ExpectEnded(e2e::Run(dir, argv), 0);
+    const std::string formalSpec = "<FormalSpec>list:%List,sep:%String=\",\"</FormalSpec>";
+    EXPECT_NE(tavro.Command({"class", "show", "USER", "Shop.Order"}).out.find(formalSpec),
+              std::string::npos);
+
+    // Without a version, restore brings back the newest one, which pruning keeps.
+    tavro::DeleteClass(*tavro::OpenStore(tavro.dataDir()), "USER", "Shop.Order",
+                       tavro::Actor{"dev"});
+    ExpectEnded(tavro.Command({"history", "prune", "USER", "--keep", "1"}), 0);
+    ExpectEnded(tavro.Command({"class", "restore", "USER", "Shop.Order"}), 0);
+    EXPECT_NE(tavro.Command({"class", "show", "USER", "Shop.Order"}).out.find(formalSpec),
+              std::string::npos);
+    EXPECT_EQ(tavro.Command({"class", "list", "USER", "--deleted-since", "-1h"}).out, "");
+    for (const char* group : {"class", "history"}) {
+        Exit help = tavro.Command({group, "--help"});
+        ExpectEnded(help, 0);
+        EXPECT_NE(help.out.find(std::string("  ") + group + " "), std::string::npos);
+    }
 }
 
 }  // namespace

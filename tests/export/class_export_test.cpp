@@ -179,6 +179,54 @@ TEST(ExportClass, InvalidMemberCountsFollowEachOtherWithoutSeparator) {
     }
 }
 
+// The server refuses a member it would not store where the member is made or inserted, so
+// the member is counted and the class, deleted first for the override, is written anew.
+TEST(ExportClass, ReplacedClassKeepsItsGoodMembersWhenTheServerRefusesOne) {
+    struct Case {
+        const char* name;
+        std::vector<const char*> attributes;
+        std::vector<const char*> operations;
+        const char* message;
+        std::vector<const char*> stored;  // property names, then method names
+    };
+    const Case cases[] = {
+        {"property with a bad name",
+         {"Total", "bad_name"},
+         {"Recalc"},
+         "1 Invalid Property Skipped.",
+         {"Total", "Recalc"}},
+        {"method without a name",
+         {"Total"},
+         {"Recalc", ""},
+         "1 Invalid Method Skipped.",
+         {"Total", "Recalc"}},
+        {"names that differ only in case",
+         {"Count", "count"},
+         {},
+         "1 Invalid Property Skipped.",
+         {"Count"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ExportWorld world;
+        auto order = world.AddClass("Shop", "Order");
+        for (const char* name : c.attributes) world.AddAttribute(*order, name, "Integer");
+        for (const char* name : c.operations) world.AddOperation(*order, name, "");
+        world.Store(StoredClass("Shop.Order", {"Gone"}));
+        world.SetOverride(true);
+        std::string message;
+        EXPECT_EQ(exporting::ExportClass(world.ClassObject(*order), message),
+                  exporting::kClassReplaced);
+        EXPECT_EQ(message, c.message);
+        tavro::ClassDef def;
+        ASSERT_TRUE(world.Load("Shop.Order", def));
+        std::vector<std::string> stored;
+        for (const tavro::Item& item : def.properties) stored.push_back(item.name);
+        for (const tavro::Item& item : def.methods) stored.push_back(item.name);
+        EXPECT_EQ(stored, std::vector<std::string>(c.stored.begin(), c.stored.end()));
+    }
+}
+
 TEST(ExportClass, BooleanClassKeywordThatDoesNotConvertFailsTheClass) {
     for (const char* value : {"", "yes"}) {
         SCOPED_TRACE(std::string("\"") + value + "\"");

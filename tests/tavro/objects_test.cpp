@@ -111,6 +111,72 @@ TEST(Insert, KeepsOneMemberPerName) {
               "Insert expects a property definition");
 }
 
+// A member the dictionary would not store is refused where it is made, named or inserted, so
+// that it fails alone and the class still saves.
+TEST(NewObject, RefusesANameTheDictionaryWouldNotStore) {
+    DataDir dir;
+    ObjectRef factory = Connect(dir);
+    const std::string tooLong = "Shop." + std::string(99995, 'A');
+    struct Case {
+        const char* className;
+        std::string id;
+        const char* message;
+    };
+    const Case cases[] = {
+        {kPropertyDef, "Shop.Order:bad_name",
+         "bad property name 'bad_name': a letter or '%', then letters and digits"},
+        {kPropertyDef, "Shop.Order:", "a property definition needs a name"},
+        {kMethodDef, "Shop.Order:", "a method definition needs a name"},
+        {kMethodDef, "Shop.Order:2nd",
+         "bad method name '2nd': a letter or '%', then letters "
+         "and digits"},
+        {kClassDef, "Solo", "class name 'Solo' has no package"},
+        {kClassDef, tooLong, "class name of 100000 characters is longer than the limit of 255"},
+        {kClassDef, "Shop..Order", "bad class name 'Shop..Order'"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.id.substr(0, 20));
+        EXPECT_EQ(ErrorOf([&] { NewObject(factory, c.className, c.id.c_str()); }), c.message);
+    }
+    ObjectRef unnamed = NewObject(factory, kPropertyDef);
+    EXPECT_EQ(ErrorOf([&] { PutByName(unnamed, "Name", "bad_name"); }),
+              "bad property name 'bad_name': a letter or '%', then letters and digits");
+    ObjectRef def = NewObject(factory, kClassDef, "Shop.Order");
+    EXPECT_EQ(ErrorOf([&] { PutByName(def, "Name", "Solo"); }), "class name 'Solo' has no package");
+    ObjectRef properties = GetByName(def, "Properties").ToObject();
+    EXPECT_EQ(ErrorOf([&] { CallByName(properties, "Insert", {unnamed}); }),
+              "a property definition needs a name");
+    ObjectRef parameters = GetByName(unnamed, "Parameters").ToObject();
+    EXPECT_EQ(ErrorOf([&] {
+                  CallByName(parameters, "SetAt", {"50", ""});
+              }),
+              "a type parameter needs a name");
+}
+
+// Member names are one name in any letter case: a second member whose name differs only in
+// case is refused, where a member of the stored definition gives way to it (a rename).
+TEST(Insert, RefusesASecondMemberWhoseNameDiffersOnlyInCase) {
+    DataDir dir;
+    ObjectRef factory = Connect(dir);
+    SaveOrder(factory);  // stores the property Total
+    ObjectRef def = ClassDefinition(factory, "Shop.Order", "OpenObjectById");
+    ObjectRef properties = GetByName(def, "Properties").ToObject();
+    ObjectRef renamed = NewObject(factory, kPropertyDef, "Shop.Order:TOTAL");
+    CallByName(properties, "Insert", {renamed});
+    ObjectRef first = NewObject(factory, kPropertyDef, "Shop.Order:Count");
+    CallByName(properties, "Insert", {first});
+    ObjectRef second = NewObject(factory, kPropertyDef, "Shop.Order:count");
+    EXPECT_EQ(ErrorOf([&] { CallByName(properties, "Insert", {second}); }),
+              "property count clashes with property Count of Shop.Order: member names are "
+              "compared without regard to letter case");
+    ObjectRef total = NewObject(factory, kPropertyDef, "Shop.Order:Total");
+    EXPECT_NE(ErrorOf([&] { CallByName(properties, "Insert", {total}); }), "<no error>");
+    ASSERT_EQ(GetByName(properties, "Count").ToInt32(), 2);
+    EXPECT_EQ(GetAt(properties, 1), renamed);
+    EXPECT_EQ(GetAt(properties, 2), first);
+    CallByName(def, "sys_Save");
+}
+
 TEST(Parameters, NextWalksTheKeysInOrder) {
     DataDir dir;
     ObjectRef parameters =

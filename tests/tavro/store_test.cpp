@@ -1,6 +1,7 @@
 #include "hosts/tavro/store/store.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/tavro/tavro_test_util.h"
 
@@ -70,6 +71,8 @@ TEST(SaveClass, RefusesWritesThatTheActorMayNotMake) {
     tavro::SaveClass(*store, "USER", Described("Shop.Order", "one"), kDev, false);
     tavro::SetDevelopment(*store, "dev", false);  // revoked: takes effect on the next write
     const tavro::Actor viewer{"viewer"}, op{"op", true};
+    const std::string longest = "Shop." + std::string(tavro::kMaxClassNameLength - 5, 'A');
+    const std::string tooLong = longest + "A";
     struct Case {
         const char* name;
         tavro::Actor actor;
@@ -87,6 +90,9 @@ TEST(SaveClass, RefusesWritesThatTheActorMayNotMake) {
         {"new class over an existing one", op, "Shop.Order", false,
          "class Shop.Order already exists"},
         {"bad name", op, "Shop..Order", false, "bad class name 'Shop..Order'"},
+        {"no package", op, "Solo", false, "class name 'Solo' has no package"},
+        {"too long", op, tooLong.c_str(), false,
+         "class name of 256 characters is longer than the limit of 255"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -100,6 +106,7 @@ TEST(SaveClass, RefusesWritesThatTheActorMayNotMake) {
     EXPECT_EQ(DescriptionOf(*store, "Shop.Order"), "one");
     EXPECT_EQ(DescriptionOf(*store, "Shop.Other"), "<none>");
     EXPECT_TRUE(tavro::ClassHistory(*store, "USER", "Shop.Order").empty());
+    tavro::SaveClass(*store, "USER", Described(longest.c_str(), "x"), op, false);
 }
 
 TEST(SaveClass, LetsEveryUserWriteWhereTheNamespaceEnforcesNoSecurity) {
@@ -145,6 +152,53 @@ TEST(RestoreClass, RefusesAVersionThatWasNeverKept) {
     EXPECT_THROW(tavro::RestoreClass(*store, "USER", "Shop.Order", 2, kDev), tavro::StoreError);
     EXPECT_THROW(tavro::RestoreClass(*store, "USER", "Shop.Line", 0, kDev), tavro::StoreError);
     EXPECT_EQ(DescriptionOf(*store, "Shop.Order"), "two");
+}
+
+// A run cut off between a delete and its save leaves a class missing; the list names each such
+// class with the version that brings it back, and pruning keeps that version.
+TEST(DeletedClassesSince, ListsMissingClassesThatPruningKeeps) {
+    DataDir dir;
+    auto store = tavro::OpenStore(dir.path());
+    for (const char* name : {"Shop.Gone", "Shop.Back", "Shop.Kept"}) {
+        tavro::SaveClass(*store, "USER", Described(name, "one"), kDev, false);
+        tavro::SaveClass(*store, "USER", Described(name, "two"), kDev, true);
+    }
+    tavro::DeleteClass(*store, "USER", "Shop.Gone", kDev);
+    tavro::DeleteClass(*store, "USER", "Shop.Back", kDev);
+    tavro::SaveClass(*store, "USER", Described("Shop.Back", "three"), kDev, false);
+
+    std::vector<tavro::DeletedClass> deleted =
+        tavro::DeletedClassesSince(*store, "USER", "2000-01-01 00:00:00");
+    ASSERT_EQ(deleted.size(), 1u);
+    EXPECT_EQ(deleted[0].name, "Shop.Gone");
+    EXPECT_EQ(deleted[0].version, 2);
+    EXPECT_EQ(deleted[0].deletedBy, "dev");
+    EXPECT_TRUE(tavro::DeletedClassesSince(*store, "USER", "9999-01-01 00:00:00").empty());
+
+    EXPECT_THROW(tavro::PruneHistory(*store, "", 0), tavro::StoreError);
+    EXPECT_EQ(tavro::PruneHistory(*store, "USER", 1), 2);  // one each of Gone and Back
+    EXPECT_EQ(tavro::PruneHistory(*store, "", 1), 0);
+    deleted = tavro::DeletedClassesSince(*store, "USER", "2000-01-01 00:00:00");
+    ASSERT_EQ(deleted.size(), 1u);
+    EXPECT_EQ(deleted[0].version, 1);
+    tavro::RestoreClass(*store, "USER", "Shop.Gone", 0, tavro::Actor{"op", true});
+    EXPECT_EQ(DescriptionOf(*store, "Shop.Gone"), "two");
+}
+
+TEST(ServeLock, RefusesASecondServerOfOneDataDirectory) {
+    DataDir dir;
+    {
+        tavro::ServeLock first(dir.path());
+        try {
+            tavro::ServeLock second(dir.path());
+            ADD_FAILURE() << "no error";
+        } catch (const tavro::StoreError& error) {
+            EXPECT_EQ(std::string(error.what()),
+                      dir.path() + " is already served by another tavro-host (process " +
+                          std::to_string(getpid()) + "); stop that one first");
+        }
+    }
+    tavro::ServeLock again(dir.path());
 }
 
 }  // namespace

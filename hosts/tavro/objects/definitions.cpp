@@ -31,6 +31,23 @@ std::string PutText(const Args& args) {
     return Arg(args, args.empty() ? 0 : args.size() - 1).ToString();
 }
 
+const char* KindName(ItemKind kind) { return kind == ItemKind::Property ? "property" : "method"; }
+
+// A member with a name the dictionary would not store is refused where it is made or named,
+// so that only that member fails and not the save of its whole class.
+void RequireMemberName(ItemKind kind, const std::string& name) {
+    if (name.empty()) Refuse(std::string("a ") + KindName(kind) + " definition needs a name");
+    if (!IsValidMemberName(name)) {
+        Refuse(std::string("bad ") + KindName(kind) + " name '" + name +
+               "': a letter or '%', then letters and digits");
+    }
+}
+
+void RequireClassName(const std::string& name) {
+    std::string problem = ClassNameProblem(name);
+    if (!problem.empty()) Refuse(problem);
+}
+
 // The type parameters of a property: values keyed by parameter name, walked in key order
 // with Next, as the add-in reads MAXLEN, VALUELIST and the like.
 class ParameterArray : public NamedObject {
@@ -44,7 +61,9 @@ class ParameterArray : public NamedObject {
             return {};
         }
         if (SameName(name, m::kSetAt)) {
-            parameters[Arg(args, 1).ToString()] = Arg(args, 0).ToString();
+            std::string key = Arg(args, 1).ToString();
+            if (key.empty()) Refuse("a type parameter needs a name");
+            parameters[key] = Arg(args, 0).ToString();
             return {};
         }
         if (SameName(name, m::kGetAt)) {
@@ -95,6 +114,9 @@ ItemObject::ItemObject(SessionRef sessionRef, ItemKind kind, std::string parentN
     : session(std::move(sessionRef)),
       parent(std::move(parentName)),
       item(std::make_shared<Item>()) {
+    // A member named by its id ("Class:member") has its name from the start; one made
+    // without an id is named before it is inserted.
+    if (!name.empty() || !parent.empty()) RequireMemberName(kind, name);
     item->kind = kind;
     item->name = std::move(name);
     if (kind == ItemKind::Property) parameters = std::make_shared<ParameterArray>(item);
@@ -103,7 +125,9 @@ ItemObject::ItemObject(SessionRef sessionRef, ItemKind kind, std::string parentN
 Variant ItemObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
     if (SameName(name, m::kName)) {
         if (kind == CallKind::Put) {
-            item->name = PutText(args);
+            std::string text = PutText(args);
+            RequireMemberName(item->kind, text);
+            item->name = std::move(text);
             return {};
         }
         return item->name;
@@ -115,11 +139,19 @@ Variant ItemObject::Dispatch(std::string_view name, CallKind kind, const Args& a
     if (SameName(name, m::kSysOid)) return parent + ":" + item->name;
     if (SameName(name, m::kSysClose)) return std::int32_t{1};
     if (SameName(name, m::kSysSave)) {
+        // A member saved on its own writes its class: that class must not be another
+        // session's to edit.
+        TakeClassLock(session, parent);
         try {
             SaveMemberIntoClass(*session, parent, *item);
         } catch (const StoreError& error) {
+            DropClassLock(session, parent);
             Refuse(error.what());
+        } catch (...) {
+            DropClassLock(session, parent);
+            throw;
         }
+        DropClassLock(session, parent);
         return std::int32_t{1};
     }
     MemberNotFound();
@@ -129,6 +161,7 @@ std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& 
                                          const Item& item) {
     auto object = std::make_shared<ItemObject>(std::move(session), item.kind, parent, item.name);
     *object->item = item;
+    object->fromStore = true;
     return object;
 }
 
@@ -145,16 +178,26 @@ Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& 
             Refuse(kind_ == ItemKind::Property ? "Insert expects a property definition"
                                                : "Insert expects a method definition");
         }
-        member->parent = owner;
-        if (std::find(items.begin(), items.end(), member) != items.end()) return {};
-        // One member per name: a second definition of a name takes the first one's place.
+        RequireMemberName(kind_, member->item->name);
+        const std::string& memberName = member->item->name;
         auto same = std::find_if(items.begin(), items.end(), [&](const auto& other) {
-            return SameName(other->item->name, member->item->name);
+            return other == member || SameName(other->item->name, memberName);
         });
-        if (same != items.end()) {
-            *same = member;
-        } else {
+        // The server compares member names without regard to letter case, so two members
+        // whose names differ only in case would end as one: the second is refused. A stored
+        // member gives way to a new definition of its name, in any case (a rename).
+        if (same != items.end() && *same != member && !(*same)->fromStore &&
+            (*same)->item->name != memberName) {
+            Refuse(std::string(KindName(kind_)) + " " + memberName + " clashes with " +
+                   KindName(kind_) + " " + (*same)->item->name + " of " + owner +
+                   ": member names are compared without regard to letter case");
+        }
+        member->parent = owner;
+        member->fromStore = false;
+        if (same == items.end()) {
             items.push_back(member);
+        } else {
+            *same = member;
         }
         return {};
     }
@@ -172,12 +215,13 @@ Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& 
     MemberNotFound();
 }
 
-ClassObject::ClassObject(SessionRef session, ClassDef def, bool opened)
+ClassObject::ClassObject(SessionRef session, ClassDef def, ClassOrigin origin)
     : session_(std::move(session)),
       def_(std::move(def)),
       properties_(std::make_shared<CollectionObject>(ItemKind::Property)),
       methods_(std::make_shared<CollectionObject>(ItemKind::Method)) {
-    if (opened) openedId_ = def_.name;
+    if (origin == ClassOrigin::New && !def_.name.empty()) RequireClassName(def_.name);
+    if (origin != ClassOrigin::New) openedId_ = def_.name;
     properties_->owner = methods_->owner = def_.name;
     for (const Item& item : def_.properties)
         properties_->items.push_back(ItemObjectOf(session_, def_.name, item));
@@ -185,6 +229,19 @@ ClassObject::ClassObject(SessionRef session, ClassDef def, bool opened)
         methods_->items.push_back(ItemObjectOf(session_, def_.name, item));
     def_.properties.clear();
     def_.methods.clear();
+    // Last, so that nothing above can fail with the lock taken.
+    if (origin != ClassOrigin::Loaded) {
+        TakeClassLock(session_, def_.name);
+        lockedName_ = def_.name;
+    }
+}
+
+ClassObject::~ClassObject() { Release(); }
+
+void ClassObject::Release() {
+    if (lockedName_.empty()) return;
+    DropClassLock(session_, lockedName_);
+    lockedName_.clear();
 }
 
 ClassDef ClassObject::Current() const {
@@ -194,13 +251,22 @@ ClassDef ClassObject::Current() const {
     return def;
 }
 
+// A definition given a name is being edited under that name: it takes that class's lock.
+void ClassObject::Rename(const std::string& name) {
+    RequireClassName(name);
+    TakeClassLock(session_, name);
+    Release();
+    lockedName_ = name;
+    def_.name = name;
+    properties_->owner = methods_->owner = def_.name;
+    for (const auto& member : properties_->items) member->parent = def_.name;
+    for (const auto& member : methods_->items) member->parent = def_.name;
+}
+
 Variant ClassObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
     if (SameName(name, m::kName)) {
         if (kind != CallKind::Put) return def_.name;
-        def_.name = PutText(args);
-        properties_->owner = methods_->owner = def_.name;
-        for (const auto& member : properties_->items) member->parent = def_.name;
-        for (const auto& member : methods_->items) member->parent = def_.name;
+        Rename(PutText(args));
         return {};
     }
     Variant result;
@@ -210,33 +276,48 @@ Variant ClassObject::Dispatch(std::string_view name, CallKind kind, const Args& 
     if (SameName(name, m::kSysOid)) return openedId_;
     if (SameName(name, m::kSysSave)) return Save();
     if (SameName(name, m::kSysDelete)) return Delete(args);
-    if (SameName(name, m::kSysClose)) return std::int32_t{1};
+    if (SameName(name, m::kSysClose)) {
+        Release();
+        return std::int32_t{1};
+    }
     MemberNotFound();
 }
 
+// A save ends the editing: the class's lock goes, and so does a lock the session kept for it
+// since it deleted the class or stored it from XML.
 Variant ClassObject::Save() {
     ClassDef def = Current();
     bool replace = !openedId_.empty() && SameName(openedId_, def.name);
+    TakeClassLock(session_, def.name);
     try {
         SaveClass(*session_->store, session_->ns, def, Actor{session_->user}, replace);
     } catch (const StoreError& error) {
+        DropClassLock(session_, def.name);
         Refuse(error.what());
     }
+    KeepClassLock(session_, def.name, /*keep=*/false);
+    DropClassLock(session_, def.name);
+    Release();
     openedId_ = def.name;
     return std::int32_t{1};
 }
 
 // Deletes the class whose id is given (the add-in passes the definition's own sys_OID), or
-// this definition's class when none is given.
+// this definition's class when none is given. The session keeps the class's lock: a class is
+// deleted to be written anew, and until then no other session may write or delete it.
 Variant ClassObject::Delete(const Args& args) {
     std::string id = OptionalText(args, 0);
     if (id.empty()) id = openedId_;
     if (id.empty()) Refuse("the class definition " + def_.name + " has never been saved");
+    TakeClassLock(session_, id);
     try {
         DeleteClass(*session_->store, session_->ns, id, Actor{session_->user});
     } catch (const StoreError& error) {
+        DropClassLock(session_, id);
         Refuse(error.what());
     }
+    KeepClassLock(session_, id, /*keep=*/true);
+    DropClassLock(session_, id);
     if (SameName(id, openedId_)) openedId_.clear();
     return std::int32_t{1};
 }

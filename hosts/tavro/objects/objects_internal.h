@@ -38,6 +38,17 @@ std::string OptionalText(const Args& args, std::size_t index);
 // Raises an error with the store's text, as the server reports a refused operation.
 [[noreturn]] void Refuse(const std::string& text);
 
+// Editing locks. A class definition opened or created for editing belongs to its session
+// until the session saves or closes it, or ends; another session's open, delete or save of it
+// is refused with "class NAME is locked by user USER". The server's own classes take none.
+// Takes the lock for one more holder of the session (refused when another session holds it).
+void TakeClassLock(const SessionRef& session, const std::string& className);
+// One holder fewer; the lock goes with its last holder unless the session keeps it.
+void DropClassLock(const SessionRef& session, const std::string& className);
+// Keeps the session's lock without a holder (a class it deleted or stored from XML and is
+// about to save), or stops keeping it (the class is saved). The lock must be held.
+void KeepClassLock(const SessionRef& session, const std::string& className, bool keep);
+
 // A character stream: text written in pieces and read back whole.
 class StreamObject : public NamedObject {
   public:
@@ -55,6 +66,10 @@ class ItemObject : public NamedObject {
     std::string parent;  // the class the member belongs to
     std::shared_ptr<Item> item;
     ObjectRef parameters;  // the property's type parameters (no object for a method)
+    // Came with the stored definition and was not inserted since: a member inserted under a
+    // name that differs only in letter case takes its place (a rename), where it would clash
+    // with one the client inserted.
+    bool fromStore = false;
 };
 
 // The Properties or Methods of a class definition.
@@ -68,10 +83,16 @@ class CollectionObject : public NamedObject {
     std::vector<std::shared_ptr<ItemObject>> items;
 };
 
-// A %Dictionary.ClassDefinition, new or opened from the store.
+// How a class definition object came to be: created, opened for editing (it holds the class's
+// lock) or loaded to be read (it takes the lock only to save or delete).
+enum class ClassOrigin { New, Opened, Loaded };
+
+// A %Dictionary.ClassDefinition, new or from the store. A new one with a name the dictionary
+// would not store is refused here, where it is created.
 class ClassObject : public NamedObject {
   public:
-    ClassObject(SessionRef session, ClassDef def, bool opened);
+    ClassObject(SessionRef session, ClassDef def, ClassOrigin origin);
+    ~ClassObject() override;
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
     // The definition as it stands, members included.
     ClassDef Current() const;
@@ -79,10 +100,13 @@ class ClassObject : public NamedObject {
   private:
     Variant Save();
     Variant Delete(const Args& args);
+    void Rename(const std::string& name);
+    void Release();
 
     SessionRef session_;
     ClassDef def_;
-    std::string openedId_;  // "" until the definition exists in the store
+    std::string openedId_;    // "" until the definition exists in the store
+    std::string lockedName_;  // the class whose lock this object holds, "" for none
     std::shared_ptr<CollectionObject> properties_;
     std::shared_ptr<CollectionObject> methods_;
 };

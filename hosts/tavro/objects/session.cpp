@@ -30,7 +30,9 @@ class SessionObject : public NamedObject {
         if (SameName(name, m::kNewObject))
             return NewObject(Arg(args, 0).ToString(), OptionalText(args, 1));
         if (SameName(name, m::kOpenObjectById) || SameName(name, m::kLoadObjectById)) {
-            return OpenById(Arg(args, 0).ToString(), Arg(args, 1).ToString());
+            return OpenById(
+                Arg(args, 0).ToString(), Arg(args, 1).ToString(),
+                SameName(name, m::kOpenObjectById) ? ClassOrigin::Opened : ClassOrigin::Loaded);
         }
         if (SameName(name, m::kClassHandle)) return ClassHandle(Arg(args, 0).ToString());
         if (SameName(name, m::kOpenQuery))
@@ -46,7 +48,7 @@ class SessionObject : public NamedObject {
             ClassDef def;
             def.name = initial;
             return ObjectRef(
-                std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/false));
+                std::make_shared<ClassObject>(session_, std::move(def), ClassOrigin::New));
         }
         if (SameName(className, m::kPropertyDefinition) ||
             SameName(className, m::kMethodDefinition)) {
@@ -63,15 +65,15 @@ class SessionObject : public NamedObject {
         Refuse("class " + className + " does not exist");
     }
 
-    // Opens an existing definition; an id that names none is an error.
-    Variant OpenById(const std::string& className, const std::string& id) {
+    // Opens an existing definition; an id that names none is an error. A class definition
+    // opened (not loaded) is opened for editing and takes the class's lock.
+    Variant OpenById(const std::string& className, const std::string& id, ClassOrigin origin) {
         if (SameName(className, m::kClassDefinition)) {
             ClassDef def;
             if (!LoadClass(*session_->store, session_->ns, id, def)) {
                 Refuse("class definition " + id + " does not exist");
             }
-            return ObjectRef(
-                std::make_shared<ClassObject>(session_, std::move(def), /*opened=*/true));
+            return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), origin));
         }
         if (SameName(className, m::kPropertyDefinition) ||
             SameName(className, m::kMethodDefinition)) {

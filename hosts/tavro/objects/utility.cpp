@@ -119,7 +119,9 @@ class UtilityObject : public NamedObject {
 
     // Stores the class of the XML under NewClassName with every part that is not a property
     // or method, and of those only the ones the member list names: members the model has
-    // dropped are gone, members it still has keep what the model cannot show.
+    // dropped are gone, members it still has keep what the model cannot show. The XML is
+    // sent first and the members follow: the session keeps the class's lock until it saves
+    // the class definition (or ends), so that no other session's edits mix in.
     Variant SaveFromXmlStream() {
         XmlParseResult parsed = ParseClassXml(xml_->data);
         if (!parsed.ok) {
@@ -128,16 +130,20 @@ class UtilityObject : public NamedObject {
         }
         ClassDef def = std::move(parsed.def);
         if (!newClassName_.empty()) def.name = newClassName_;
-        if (!IsValidClassName(def.name))
-            Refuse("cannot store the class XML: bad class name '" + def.name + "'");
+        std::string problem = ClassNameProblem(def.name);
+        if (!problem.empty()) Refuse("cannot store the class XML: " + problem);
         MemberList list = ReadMemberList(memberList_->data);
         KeepNamed(def.properties, list.properties);
         KeepNamed(def.methods, list.methods);
+        TakeClassLock(session_, def.name);
         try {
             SaveClass(*session_->store, session_->ns, def, Actor{session_->user}, /*replace=*/true);
         } catch (const StoreError& error) {
+            DropClassLock(session_, def.name);
             Refuse(error.what());
         }
+        KeepClassLock(session_, def.name, /*keep=*/true);
+        DropClassLock(session_, def.name);
         return std::int32_t{1};
     }
 

@@ -40,10 +40,12 @@ ClassDef ParseStored(const std::string& xml, const std::string& name) {
     return std::move(parsed.def);
 }
 
-// A definition must come back from the store exactly as it went in; one that could not
-// (a member with a bad or doubled name) is refused before anything is written.
+// A definition must come back from the store exactly as it went in, and be found again by its
+// qualified name; one that could not (a member with a bad or doubled name, a class name
+// without a package or beyond the limit) is refused before anything is written.
 void RequireStorable(const ClassDef& def) {
-    if (!IsValidClassName(def.name)) throw StoreError("bad class name '" + def.name + "'");
+    std::string problem = ClassNameProblem(def.name);
+    if (!problem.empty()) throw StoreError(problem);
     XmlParseResult parsed = ParseClassXml(RenderClassXml(def));
     if (!parsed.ok) throw StoreError("class " + def.name + " cannot be saved: " + parsed.message);
 }
@@ -112,6 +114,14 @@ bool LoadClass(Store& store, const std::string& ns, const std::string& name, Cla
     if (!ReadXml(store, si::HomeOf(ns, name), name, xml)) return false;
     def = ParseStored(xml, name);
     return true;
+}
+
+std::vector<ClassDef> LoadClasses(Store& store, const std::string& ns) {
+    std::vector<ClassDef> defs;
+    si::Statement query(store, "SELECT name, xml FROM classes WHERE namespace = ? ORDER BY name");
+    query.Bind(1, ns);
+    while (query.Step()) defs.push_back(ParseStored(query.Text(1), query.Text(0)));
+    return defs;
 }
 
 bool ClassExists(Store& store, const std::string& ns, const std::string& name) {

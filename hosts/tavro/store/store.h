@@ -77,6 +77,8 @@ bool HasDevelopment(Store& store, const std::string& name);
 // are the server's own classes, visible from every namespace and read-only for everybody.
 bool LoadClass(Store& store, const std::string& ns, const std::string& name, ClassDef& def);
 bool ClassExists(Store& store, const std::string& ns, const std::string& name);
+// Every class of the namespace, the server's own left out, by name, read at one moment.
+std::vector<ClassDef> LoadClasses(Store& store, const std::string& ns);
 // Stores `def` under its name. With `replace` false a class of that name must not exist yet;
 // with `replace` true an existing definition goes to the history first.
 void SaveClass(Store& store, const std::string& ns, const ClassDef& def, const Actor& actor,
@@ -117,6 +119,44 @@ std::vector<HistoryEntry> ClassHistory(Store& store, const std::string& ns,
 // goes to the history in the same transaction.
 void RestoreClass(Store& store, const std::string& ns, const std::string& name, int version,
                   const Actor& actor);
+
+// A class whose newest history entry is its deletion and which has not been saved again: a
+// run cut off between a delete and the save that should follow leaves such a class.
+struct DeletedClass {
+    std::string name;
+    int version = 0;  // its history version that holds the deleted definition
+    std::string deletedAt, deletedBy;
+};
+// The classes of `ns` deleted at or after `since` ("YYYY-MM-DD HH:MM:SS", UTC) that do not
+// exist now, by name.
+std::vector<DeletedClass> DeletedClassesSince(Store& store, const std::string& ns,
+                                              const std::string& since);
+// Removes all but the newest `keep` history entries of each class of `ns` ("" for every
+// namespace) in one transaction and returns how many went. `keep` must be 1 or more, so a
+// deleted class keeps the definition it had.
+int PruneHistory(Store& store, const std::string& ns, int keep);
+
+// The database file a store works on; sessions of one data directory share it.
+std::string DatabaseFileOf(Store& store);
+
+// Holds the data directory's serve lock for as long as the object lives: one `serve` per data
+// directory. The lock is the kernel's (flock), so a server that dies leaves none behind.
+class ServeLock {
+  public:
+    // Raises StoreError naming the process that holds the lock when another one does.
+    explicit ServeLock(const std::string& dir);
+    ~ServeLock();
+    ServeLock(const ServeLock&) = delete;
+    ServeLock& operator=(const ServeLock&) = delete;
+
+  private:
+    int fd_ = -1;
+};
+inline constexpr const char* kServeLockFile = "serve.lock";
+
+// Writes `text` to `path` so that a reader finds the old file or the whole new one, never a
+// part: a temporary file beside it (mode 0600), flushed to disk, then renamed over it.
+void WriteFileAtomically(const std::string& path, const std::string& text);
 
 // The server's own classes, as they are stored in "%SYS" when a data directory is created.
 std::vector<ClassDef> SystemCatalogue();

@@ -215,6 +215,17 @@ bool IsValidMemberName(std::string_view name) {
     return true;
 }
 
+std::string ClassNameProblem(std::string_view name) {
+    if (name.size() > kMaxClassNameLength) {
+        return "class name of " + std::to_string(name.size()) +
+               " characters is longer than the limit of " + std::to_string(kMaxClassNameLength);
+    }
+    if (!IsValidClassName(name)) return "bad class name '" + std::string(name) + "'";
+    if (name.find('.') == std::string_view::npos)
+        return "class name '" + std::string(name) + "' has no package";
+    return "";
+}
+
 std::string PackageOf(std::string_view className) {
     size_t dot = className.rfind('.');
     if (dot == std::string_view::npos) return "";

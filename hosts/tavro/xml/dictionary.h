@@ -5,6 +5,7 @@
 // automation objects, the XML reader and the XML writer all agree on one vocabulary.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
@@ -78,6 +79,13 @@ bool SameName(std::string_view a, std::string_view b);
 bool IsValidClassName(std::string_view name);
 // True when `name` is a valid member name: a letter or '%', then letters and digits.
 bool IsValidMemberName(std::string_view name);
+
+// The longest class name the dictionary stores, in bytes, package included.
+inline constexpr std::size_t kMaxClassNameLength = 255;
+// Why the dictionary refuses to store a class of this name, "" when it accepts it: the name
+// must be a valid class name within the length limit and have a package, since a class
+// without one cannot be found again by its qualified name.
+std::string ClassNameProblem(std::string_view name);
 
 // Server class name helpers: "%String" is "%Library.String", "Order" in package "Shop" is
 // "Shop.Order"; a qualified name stays as it is.
