@@ -21,6 +21,12 @@ std::string CountText(std::int16_t count, const char* one, const char* many) {
     return std::to_string(count) + " Invalid " + many + " Skipped.";
 }
 
+// A stop asked for (corvansil-cli's Ctrl-C) ends the class in hand at its next step: nothing
+// further is written, not even a definition only half filled.
+void StopIfRequested() {
+    if (StopRequested && StopRequested()) throw automation::AutomationError(kRunStopped);
+}
+
 bool OverrideChecked() {
     return window::frmImportExport != nullptr &&
            window::frmImportExport->CheckValue(window::CheckBox::Override) != 0;
@@ -78,6 +84,7 @@ std::int16_t ExportProperties(const std::string& className, const ObjectRef& def
     ObjectRef attributes = rose::Attributes(roseClass);
     std::int16_t count = rose::Count(attributes);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         if (!ExportProperty(className, definition, rose::AttributeAt(attributes, i))) ++invalid;
     }
     return invalid;
@@ -89,6 +96,7 @@ std::int16_t ExportMethods(const std::string& className, const ObjectRef& defini
     ObjectRef operations = rose::Operations(roseClass);
     std::int16_t count = rose::Count(operations);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         if (!ExportMethod(className, definition, rose::OperationAt(operations, i))) ++invalid;
     }
     return invalid;
@@ -108,6 +116,7 @@ std::int16_t ExportRelationships(const std::string& className, const ObjectRef& 
     ObjectRef associations = rose::Associations(roseClass);
     std::int16_t count = rose::Count(associations);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         ObjectRef association = rose::AssociationAt(associations, i);
         ObjectRef ownRole = rose::RoleOf(association, roseClass);
         ObjectRef otherRole = rose::OtherRoleOf(association, roseClass);
@@ -145,15 +154,26 @@ std::string AppendToList(const std::string& list, const std::string& item) {
 
 ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
     message.clear();
+    std::string className;
+    // Set from just before the old definition is deleted until the new one is saved: a class
+    // that fails in between is gone from the server, and the run must say so.
+    bool deleting = false;
     try {
-        std::string className = naming::QualifyClassName(
+        className = naming::QualifyClassName(
             naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
         bool existed = server::ClassDefinitionExists(className);
         if (existed) {
             if (!OverrideChecked()) return kClassSkipped;
+            StopIfRequested();
+            // Noted before the call: a connection lost during it leaves unknown whether the
+            // server deleted the class.
+            deleting = true;
+            NoteDeleted(className);
             DeleteClassDefinition(className);
+            StopIfRequested();
         }
         SendClassXml(roseClass);
+        StopIfRequested();
         ObjectRef definition = DefinitionToFill(className);
 
         {
@@ -169,6 +189,7 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                              "Relationships");
 
         // The save's status is not examined: a refused save raises an error instead.
+        StopIfRequested();
         {
             automation::rpc::Pipeline pipeline;
             pipeline.Run([&] {
@@ -176,9 +197,11 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                 automation::CallByNameNoResult(definition, member::kSysClose);
             });
         }
+        if (deleting) NoteSaved(className);
         return existed ? kClassReplaced : kClassCreated;
     } catch (const std::exception& error) {
         message += error.what();
+        if (deleting) message += ConfirmDeletedText(className);
         return kClassFailed;
     }
 }
