@@ -420,9 +420,10 @@ ObjectRef Connection::Hello() {
     try {
         root = Roundtrip(hello);
     } catch (const AutomationError& error) {
-        // An error reply to the greeting is the server turning this client away; a broken
-        // connection already says what happened.
-        if (!broken_.empty()) throw;
+        // An error reply to the greeting is the server turning this client away, in its own
+        // words; a connection with a name says whose words they are. A broken connection
+        // already says what happened.
+        if (!broken_.empty() || options_.peer == ClientOptions{}.peer) throw;
         throw AutomationError(options_.peer + " refused the connection: " + error.Description());
     }
     if (!root.IsObject() || !root.AsObject()) {
