@@ -32,12 +32,16 @@ bool OverrideChecked() {
            window::frmImportExport->CheckValue(window::CheckBox::Override) != 0;
 }
 
-// Deletes the existing definition so that the class is written anew, not merged.
-void DeleteClassDefinition(const std::string& className) {
+// Deletes the existing definition so that the class is written anew, not merged. The class is
+// noted as deleted before the delete is sent: a connection lost during the call leaves unknown
+// whether the server deleted it. `noted` says that it was.
+void DeleteClassDefinition(const std::string& className, bool& noted) {
     ObjectRef old = automation::CallByName(server::ServerFactory, member::kLoadObjectById,
                                            {member::kClassDefinition, className})
                         .ToObject();
     automation::Variant oid = automation::GetByName(old, member::kSysOid);
+    NoteDeleted(className);
+    noted = true;
     automation::CallByName(old, member::kSysDelete, {oid});
     automation::CallByName(old, member::kSysClose);
 }
@@ -155,9 +159,7 @@ std::string AppendToList(const std::string& list, const std::string& item) {
 ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
     message.clear();
     std::string className;
-    // Set from just before the old definition is deleted until the new one is saved: a class
-    // that fails in between is gone from the server, and the run must say so.
-    bool deleting = false;
+    bool deleted = false;  // from just before the old definition's delete until the save
     try {
         className = naming::QualifyClassName(
             naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
@@ -165,11 +167,7 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
         if (existed) {
             if (!OverrideChecked()) return kClassSkipped;
             StopIfRequested();
-            // Noted before the call: a connection lost during it leaves unknown whether the
-            // server deleted the class.
-            deleting = true;
-            NoteDeleted(className);
-            DeleteClassDefinition(className);
+            DeleteClassDefinition(className, deleted);
             StopIfRequested();
         }
         SendClassXml(roseClass);
@@ -197,11 +195,12 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                 automation::CallByNameNoResult(definition, member::kSysClose);
             });
         }
-        if (deleting) NoteSaved(className);
+        NoteSaved(className);
         return existed ? kClassReplaced : kClassCreated;
     } catch (const std::exception& error) {
         message += error.what();
-        if (deleting) message += ConfirmDeletedText(className);
+        // A class that fails between its delete and its save is gone from the server.
+        if (deleted) message += ConfirmDeletedText(className);
         return kClassFailed;
     }
 }

@@ -37,17 +37,18 @@ void NoteSaved(const std::string& className) {
 void ForgetDeletedClasses() { Deleted().clear(); }
 
 std::string ConfirmDeletedText(const std::string& className) {
+    auto noted = std::find_if(Deleted().begin(), Deleted().end(), [&](const DeletedClass& deleted) {
+        return deleted.className == className;
+    });
+    if (noted == Deleted().end()) return "";
+    std::string text =
+        "; the class was deleted and not saved again, restore it with: " + RestoreCommand(*noted);
     // A server that cannot be asked any more may have lost the class: it stays named.
     if (server::ClassDefinitionExists(className)) {
         NoteSaved(className);
         return "";
     }
-    for (const DeletedClass& deleted : Deleted()) {
-        if (deleted.className != className) continue;
-        return "; the class was deleted and not saved again, restore it with: " +
-               RestoreCommand(deleted);
-    }
-    return "";
+    return text;
 }
 
 }  // namespace exporting

@@ -47,8 +47,8 @@ void WriteKeywords(const automation::ObjectRef& element, const automation::Objec
 void NoteDeleted(const std::string& className);
 void NoteSaved(const std::string& className);
 void ForgetDeletedClasses();
-// After a class failed while noted: "" when the server still holds it (the delete did not go
-// through); otherwise the text that names the class's restore command, for its log row.
+// After a class failed: "" when it is not noted, or the server still holds it (the delete did
+// not go through); otherwise the text that names the class's restore command, for its row.
 std::string ConfirmDeletedText(const std::string& className);
 
 }  // namespace exporting
