@@ -121,8 +121,8 @@ TEST(ExportClasses, CutOffMidRunNamesEveryClassItLeftDeleted) {
     };
     const Case cases[] = {
         {Cut::InterruptCli, "corvansil-cli: stopped by SIGINT: nothing further was written\n"},
-        {Cut::KillTavro, "(the Tavro server (tavro-host) "},
-        {Cut::KillRose, "(the modelling tool (rose-host) "},
+        {Cut::KillTavro, "the Tavro server (tavro-host) closed the connection"},
+        {Cut::KillRose, "the modelling tool (rose-host) closed the connection"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(CutName(c.cut));
