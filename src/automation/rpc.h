@@ -41,6 +41,10 @@ struct ClientOptions {
     // False: every call waits for its reply, Pipeline scopes and pipelinePuts notwithstanding
     // (for comparing a run sent ahead with one that is not).
     bool sendAhead = true;
+    // Who is at the other end, as the connection's own errors name it ("the modelling tool
+    // (rose-host) closed the connection"): a run talks to two programs, and its log must say
+    // which of them went away.
+    std::string peer = "the server";
 };
 
 // Makes every connection opened from now on pipeline its property puts.

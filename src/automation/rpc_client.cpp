@@ -264,13 +264,13 @@ void Connection::Send(const std::string& frame) {
             continue;
         }
         if (errno == EINTR) continue;
-        if (errno == ECONNRESET || errno == EPIPE) Break("the server closed the connection");
+        if (errno == ECONNRESET || errno == EPIPE) Break(options_.peer + " closed the connection");
         if (errno != EAGAIN && errno != EWOULDBLOCK) {
-            Break("the connection to the server was lost: " + detail::ErrnoText());
+            Break("the connection to " + options_.peer + " was lost: " + detail::ErrnoText());
         }
         pollfd p{fd_, POLLOUT, 0};
         if (poll(&p, 1, detail::MillisecondsUntil(deadline)) == 0) {
-            Break("the server did not accept a request within " +
+            Break(options_.peer + " did not accept a request within " +
                   detail::FormatSeconds(options_.timeout));
         }
     }
@@ -287,11 +287,11 @@ void Connection::ReadMore(Clock::time_point deadline) {
             in_.append(buf, static_cast<std::size_t>(n));
             return;
         }
-        if (n == 0) Break("the server closed the connection");
+        if (n == 0) Break(options_.peer + " closed the connection");
         if (errno == EINTR) continue;
-        if (errno == ECONNRESET || errno == EPIPE) Break("the server closed the connection");
+        if (errno == ECONNRESET || errno == EPIPE) Break(options_.peer + " closed the connection");
         if (errno != EAGAIN && errno != EWOULDBLOCK) {
-            Break("the connection to the server was lost: " + detail::ErrnoText());
+            Break("the connection to " + options_.peer + " was lost: " + detail::ErrnoText());
         }
         auto now = Clock::now();
         if (now < spinEnd) {
@@ -299,7 +299,8 @@ void Connection::ReadMore(Clock::time_point deadline) {
             continue;
         }
         if (now >= deadline) {
-            Break("the server did not answer within " + detail::FormatSeconds(options_.timeout));
+            Break(options_.peer + " did not answer within " +
+                  detail::FormatSeconds(options_.timeout));
         }
         pollfd p{fd_, POLLIN, 0};
         poll(&p, 1, detail::MillisecondsUntil(deadline));
@@ -316,16 +317,16 @@ Message Connection::Receive(std::uint32_t requestId) {
             continue;
         }
         if (!result) {
-            Break(std::string("the server sent a malformed reply: ") + result.Description());
+            Break(options_.peer + " sent a malformed reply: " + result.Description());
         }
         in_.erase(0, result.size);
         bool isAnswer = reply.type == MessageType::Reply || reply.type == MessageType::Error;
         // An error without a request id is the server refusing the connection itself.
         if (reply.type == MessageType::Error && reply.requestId == 0) {
-            Break("the server closed the connection: " + reply.text);
+            Break(options_.peer + " closed the connection: " + reply.text);
         }
         if (!isAnswer || reply.requestId != requestId) {
-            Break("the server sent a reply to no request of ours");
+            Break(options_.peer + " sent a reply to no request of ours");
         }
         return reply;
     }
@@ -415,9 +416,18 @@ ObjectRef Connection::Hello() {
     hello.type = MessageType::Hello;
     hello.text = kHelloMagic;
     hello.count = kProtocolVersion;
-    Variant root = Roundtrip(hello);
+    Variant root;
+    try {
+        root = Roundtrip(hello);
+    } catch (const AutomationError& error) {
+        // An error reply to the greeting is the server turning this client away, in its own
+        // words; a connection with a name says whose words they are. A broken connection
+        // already says what happened.
+        if (!broken_.empty() || options_.peer == ClientOptions{}.peer) throw;
+        throw AutomationError(options_.peer + " refused the connection: " + error.Description());
+    }
     if (!root.IsObject() || !root.AsObject()) {
-        throw AutomationError("the server offered no object");
+        throw AutomationError(options_.peer + " offered no object");
     }
     return root.AsObject();
 }
@@ -482,7 +492,12 @@ ObjectRef Connect(const std::string& address, const ClientOptions& options) {
     std::string error;
     if (!detail::ParseAddress(address, parsed, error)) throw AutomationError(error);
     int fd = detail::ConnectSocket(parsed, options.timeout, error);
-    if (fd < 0) throw AutomationError("no automation server answers at " + address + ": " + error);
+    if (fd < 0) {
+        if (options.peer == ClientOptions{}.peer) {
+            throw AutomationError("no automation server answers at " + address + ": " + error);
+        }
+        throw AutomationError(options.peer + " does not answer at " + address + ": " + error);
+    }
     ClientOptions chosen = options;
     chosen.pipelinePuts = chosen.pipelinePuts || gPipelinePuts.load();
     auto connection = std::make_shared<Connection>(fd, chosen);

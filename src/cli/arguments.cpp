@@ -32,8 +32,11 @@ constexpr const char* kConnectionHelp =
     "                                ${XDG_RUNTIME_DIR:-/tmp}/corvansil-$UID/rose.sock)\n";
 
 constexpr const char* kExitHelp =
-    "Exit status: 0 every class went through, 1 a class failed, 2 bad usage or a side that\n"
-    "could not be reached.\n";
+    "Exit status: 0 every class went through, 1 a class failed or the run stopped, 2 bad\n"
+    "usage or a side that could not be reached. Ctrl-C (SIGINT) or SIGTERM stops the run\n"
+    "at its next step: nothing further is written, the classes left deleted on the server\n"
+    "are named with the command that restores each, the report is written, and the status\n"
+    "is 1. A second Ctrl-C ends the program at once.\n";
 
 const CommandInfo* FindCommand(const std::string& word) {
     for (const CommandInfo& info : kCommands) {

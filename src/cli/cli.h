@@ -14,8 +14,10 @@
 namespace cli {
 
 // Exit statuses.
-inline constexpr int kExitOk = 0;           // every class went through
-inline constexpr int kExitFailed = 1;       // a class failed, or a run stopped on an error
+inline constexpr int kExitOk = 0;  // every class went through
+// A class failed, or a run stopped on an error or on SIGINT/SIGTERM (1 rather than 130: the
+// run ended by itself, having said what it left undone).
+inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUnreachable = 2;  // bad usage, or a side that could not be reached
 
 enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
@@ -103,12 +105,47 @@ struct ClassOutcome {
     std::vector<Member> members;
 };
 
+// A class the export deleted on the server and did not save again, and the command that
+// brings back its last definition.
+struct MissingClass {
+    std::string name;
+    std::string restore;
+};
+
+// How the run ended, as the report's last fields give it.
+struct RunEnd {
+    int exitStatus = kExitOk;
+    std::string error;  // why the run ended before its end; "" when it ran to it
+    std::vector<MissingClass> missing;
+};
+
 // The JSON document of `--report`.
 std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
-                       const std::string& status);
-// The outcomes of the class rows of the finished run, each with its members as the written
-// side now holds them.
-std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form);
+                       const std::string& status, const RunEnd& end);
+// The outcomes of the class rows of the run, each written class with its members as the
+// written side now holds them when `readMembers`; a row that never got an outcome is "not run".
+std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form,
+                                          bool readMembers);
+// False, with the reason, when no file can be created where `path` names one: checked before a
+// run changes anything.
+bool CheckReportPath(const std::string& path, std::string& why);
+// Writes the report in one step: a temporary file beside `path`, renamed over it, so that a
+// reader finds the old report or the new one, never half of one.
+bool WriteReportFile(const std::string& path, const std::string& text, std::string& why);
+
+// Catches SIGINT and SIGTERM while it lives: the first asks the run to stop (StopSignal gives
+// it), a second one ends the process as the signal always does.
+class StopSignals {
+  public:
+    StopSignals();
+    ~StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+};
+// The stop signal that arrived, or 0.
+int StopSignal();
+// "SIGINT", "SIGTERM".
+std::string SignalName(int signal);
 
 // The selected classes as the run would treat them, read from both sides without writing.
 std::vector<ClassOutcome> DryRunExport(window::TransferWindow& form);

@@ -1,8 +1,15 @@
-// The outcome of a finished run, class by class and member by member, and its JSON form.
+// The outcome of a run, class by class and member by member, its JSON form and its file.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sstream>
 
 #include "cli/cli_internal.h"
+#include "export/export.h"
 #include "model/rose.h"
 #include "naming/naming.h"
 #include "server/server.h"
@@ -83,7 +90,8 @@ std::vector<Member> ImportedMembers(const std::string& name) {
 
 }  // namespace
 
-std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form) {
+std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form,
+                                          bool readMembers) {
     std::vector<ClassOutcome> classes;
     const std::vector<window::LogRow>& rows = form.Rows();
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -91,7 +99,11 @@ std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& 
         ClassOutcome cls;
         cls.name = rows[i].className;
         SplitStatus(rows[i].status, cls.outcome, cls.detail);
-        if (!WroteTheClass(cls.outcome)) {
+        if (!IsFinalRow(rows[i])) {
+            cls.outcome = "not run";
+            cls.detail.clear();
+        }
+        if (!readMembers || !WroteTheClass(cls.outcome)) {
             classes.push_back(cls);
             continue;
         }
@@ -112,7 +124,7 @@ std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& 
 }
 
 std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
-                       const std::string& status) {
+                       const std::string& status, const RunEnd& end) {
     std::ostringstream out;
     out << "{\n  \"command\": ";
     Quote(out, command);
@@ -140,8 +152,91 @@ std::string ReportJson(const std::string& command, const std::vector<ClassOutcom
     }
     out << (classes.empty() ? "],\n" : "\n  ],\n") << "  \"status\": ";
     Quote(out, status);
+    out << ",\n  \"exit_status\": " << end.exitStatus << ",\n  \"error\": ";
+    Quote(out, end.error);
+    out << ",\n  \"deleted_not_saved\": [";
+    for (std::size_t m = 0; m < end.missing.size(); ++m) {
+        out << (m ? ",\n" : "\n") << "    {\"name\": ";
+        Quote(out, end.missing[m].name);
+        out << ", \"restore\": ";
+        Quote(out, end.missing[m].restore);
+        out << "}";
+    }
+    out << (end.missing.empty() ? "]" : "\n  ]");
+    if (!end.missing.empty()) {
+        out << ",\n  \"restore_note\": ";
+        Quote(out, exporting::kRestoreNote);
+    }
     out << "\n}\n";
     return out.str();
+}
+
+namespace {
+
+std::string ErrnoText(int error) { return std::strerror(error); }
+
+// A new file beside `path` that no one else can open in the meantime; -1 and `why` on failure.
+int CreateBeside(const std::string& path, std::string& temp, std::string& why) {
+    temp = path + ".XXXXXX";
+    int fd = ::mkstemp(temp.data());
+    if (fd < 0) why = ErrnoText(errno);
+    return fd;
+}
+
+bool WriteAll(int fd, const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool IsDirectory(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+}  // namespace
+
+bool CheckReportPath(const std::string& path, std::string& why) {
+    if (IsDirectory(path)) {
+        why = "it is a directory";
+        return false;
+    }
+    std::string temp;
+    int fd = CreateBeside(path, temp, why);
+    if (fd < 0) return false;
+    ::close(fd);
+    ::unlink(temp.c_str());
+    return true;
+}
+
+bool WriteReportFile(const std::string& path, const std::string& text, std::string& why) {
+    if (IsDirectory(path)) {
+        why = "it is a directory";
+        return false;
+    }
+    std::string temp;
+    int fd = CreateBeside(path, temp, why);
+    if (fd < 0) return false;
+    // The file gets the mode any new file of the user gets, as a report written in place did.
+    mode_t mask = ::umask(0);
+    ::umask(mask);
+    bool ok = ::fchmod(fd, 0666 & ~mask) == 0 && WriteAll(fd, text) && ::fsync(fd) == 0;
+    if (!ok) why = ErrnoText(errno);
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        why = ErrnoText(errno);
+    }
+    if (ok && ::rename(temp.c_str(), path.c_str()) != 0) {
+        ok = false;
+        why = ErrnoText(errno);
+    }
+    if (!ok) ::unlink(temp.c_str());
+    return ok;
 }
 
 }  // namespace cli

@@ -1,5 +1,6 @@
 // One command of corvansil-cli: the connection settings, the answers to the message boxes the
-// shared code may show, the selection, the driver and the report.
+// shared code may show, the selection, the driver and, however the run ends, the classes it
+// left deleted, the report and the status.
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -11,6 +12,7 @@
 #include "model/rose.h"
 #include "platform/platform.h"
 #include "platform/rose_socket.h"
+#include "platform/tavro_factory.h"
 #include "server/server.h"
 
 namespace cli {
@@ -18,29 +20,59 @@ namespace cli {
 namespace {
 
 constexpr const char* kTavroUnreachable = "Unable to connect to Tavro";
+constexpr const char* kNoPermission = "No 'Development' Security Permission";
 
 // Thrown by the console's way of ending the process, caught where the command started.
 struct Ended {
     int status;
 };
+// Thrown by the console's event dispatch once a stop signal arrived.
+struct Stopped {};
+
+// What the run found out on its way, for its end.
+struct Run {
+    bool dryRun = false;
+    std::vector<ClassOutcome> dryRunClasses;
+    std::string error;  // why it ended early
+    bool stopped = false;
+};
 
 enum class Side : std::uint8_t { Tavro, Rose };
+
+// The text of the last message box the shared code showed.
+std::string gLastBox;
 
 std::string TavroAddress() {
     const char* connection = std::getenv("TAVRO_CONNECTION");
     return connection ? connection : "";
 }
 
-int Unreachable(std::ostream& err, Side side) {
+std::string TavroUser() {
+    const char* user = std::getenv("TAVRO_USER");
+    return user ? user : "";
+}
+
+// Why the side could not be used, as precisely as the connection said.
+std::string UnreachableText(Side side) {
     switch (side) {
         case Side::Tavro:
-            err << "corvansil-cli: cannot reach the Tavro server at " << TavroAddress() << "\n";
-            break;
+            if (gLastBox == kNoPermission) {
+                return "the user '" + TavroUser() +
+                       "' may not change classes on the Tavro server at " + TavroAddress();
+            }
+            if (!platform::LastConnectionFailure().empty()) {
+                return platform::LastConnectionFailure();
+            }
+            return "cannot reach the Tavro server at " + TavroAddress();
         case Side::Rose:
-            err << "corvansil-cli: cannot reach rose-host at " << platform::RoseSocketPath()
-                << "\n";
-            break;
+            return "cannot reach rose-host at " + platform::RoseSocketPath();
     }
+    return "";
+}
+
+int Unreachable(std::ostream& err, Run& run, Side side) {
+    run.error = UnreachableText(side);
+    err << "corvansil-cli: " << run.error << "\n";
     return kExitUnreachable;
 }
 
@@ -49,10 +81,11 @@ int Unreachable(std::ostream& err, Side side) {
 // and the process end that follows names the side that could not be reached.
 class ConsoleUi {
   public:
-    explicit ConsoleUi(std::ostream& err) : saved_(platform::Ui()), err_(err) {
+    ConsoleUi(std::ostream& err, Run& run) : saved_(platform::Ui()), err_(err), run_(run) {
+        gLastBox.clear();
         platform::Ui().messageBox = [this](const platform::MessageBoxRequest& request) {
             err_ << "corvansil-cli: " << request.text << "\n";
-            lastBox_ = request.text;
+            gLastBox = request.text;
             switch (request.buttons) {
                 case platform::Buttons::Ok:
                     return platform::Answer::Ok;
@@ -64,14 +97,20 @@ class ConsoleUi {
             }
             return platform::Answer::Cancel;
         };
-        platform::Ui().doEvents = [] {};
+        // Events are where the window's Cancel acts; here a stop signal does, once.
+        platform::Ui().doEvents = [this] {
+            if (StopSignal() == 0 || run_.stopped) return;
+            run_.stopped = true;
+            throw Stopped{};
+        };
         platform::Ui().endProcess = [this](int) {
-            if (lastBox_.rfind(kTavroUnreachable, 0) == 0) {
-                throw Ended{Unreachable(err_, Side::Tavro)};
+            if (gLastBox.rfind(kTavroUnreachable, 0) == 0) {
+                throw Ended{Unreachable(err_, run_, Side::Tavro)};
             }
-            if (lastBox_.find("Rational Rose") != std::string::npos) {
-                throw Ended{Unreachable(err_, Side::Rose)};
+            if (gLastBox.find("Rational Rose") != std::string::npos) {
+                throw Ended{Unreachable(err_, run_, Side::Rose)};
             }
+            run_.error = "the run stopped: " + gLastBox;
             err_ << "corvansil-cli: the run stopped\n";
             throw Ended{kExitUnreachable};
         };
@@ -83,7 +122,7 @@ class ConsoleUi {
   private:
     platform::UiOps saved_;
     std::ostream& err_;
-    std::string lastBox_;
+    Run& run_;
 };
 
 // The connection options take the place of the environment the connection dialog reads.
@@ -110,7 +149,26 @@ bool ApplyConnectionOptions(const Options& options, std::ostream& err) {
     return true;
 }
 
-bool NeedsServerAddress() { return TavroAddress().empty(); }
+// What can be known wrong before anything is touched: exit status 2 and why, or 0.
+int CheckBeforeRun(const Options& options, std::ostream& err) {
+    if (TavroAddress().empty()) {
+        err << "corvansil-cli: no Tavro server given: use --server HOST:PORT:NAMESPACE or set "
+               "TAVRO_CONNECTION\n";
+        return kExitUnreachable;
+    }
+    platform::ConnectionParts parts;
+    if (!platform::SplitConnectionString(TavroAddress(), parts)) {
+        err << "corvansil-cli: " << platform::MalformedConnectionText(TavroAddress()) << "\n";
+        return kExitUnreachable;
+    }
+    std::string why;
+    if (!options.reportFile.empty() && !CheckReportPath(options.reportFile, why)) {
+        err << "corvansil-cli: cannot write the report to " << options.reportFile << ": " << why
+            << "\n";
+        return kExitUnreachable;
+    }
+    return kExitOk;
+}
 
 // Exit status 2 when a pattern named no class of the list it was matched against.
 int Select(ConsoleWindow& form, const Options& options, const char* side, std::ostream& err) {
@@ -122,80 +180,71 @@ int Select(ConsoleWindow& form, const Options& options, const char* side, std::o
     return unmatched.empty() ? kExitOk : kExitUnreachable;
 }
 
-bool WriteReport(const Options& options, const std::string& json, std::ostream& err) {
-    if (options.reportFile.empty()) return true;
-    std::ofstream file(options.reportFile, std::ios::binary | std::ios::trunc);
-    file << json;
-    file.close();
-    if (file) return true;
-    err << "corvansil-cli: cannot write the report to " << options.reportFile << "\n";
-    return false;
-}
-
-// The end of a transfer run: the report, then the status.
-int Finish(const Options& options, ConsoleWindow& form, std::ostream& err) {
-    form.SetCloseCaption("Close");
-    std::string json = ReportJson(CommandWord(options.command),
-                                  CollectOutcomes(options.command, form), form.Status());
-    if (!WriteReport(options, json, err)) return kExitUnreachable;
-    return form.AnyFailed() ? kExitFailed : kExitOk;
-}
-
-int FinishDryRun(const Options& options, const std::vector<ClassOutcome>& classes,
-                 std::ostream& out, std::ostream& err) {
-    PrintDryRun(out, classes);
-    std::string json = ReportJson(CommandWord(options.command), classes, "Dry run");
-    return WriteReport(options, json, err) ? kExitOk : kExitUnreachable;
-}
-
-int RunExport(const Options& options, ConsoleWindow& form, std::ostream& out, std::ostream& err) {
-    if (!rose::ConnectToRose()) return Unreachable(err, Side::Rose);
+int RunExport(const Options& options, ConsoleWindow& form, Run& run, std::ostream& out,
+              std::ostream& err) {
+    if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
     model::LoadRoseClassList(form.lstAvailableClasses(), form.lstSelectedClasses(),
                              form.lstAvailableClassIDs(), form.lstSelectedClassIDs());
     if (int status = Select(form, options, "model", err)) return status;
+    // Without the add-in's property defaults every class would fail alike: nothing is started,
+    // and a dry run would promise what the export cannot do.
+    std::string missingDefaults = exporting::MissingPropertyDefaults(form.lstSelectedClassIDs());
+    if (!missingDefaults.empty()) {
+        run.error = missingDefaults;
+        err << "corvansil-cli: " << missingDefaults << "\n";
+        return kExitUnreachable;
+    }
 
     form.StatusMessage("Starting Export");
     std::string nameSpace;
-    if (!server::ConnectToServer(nameSpace)) return Unreachable(err, Side::Tavro);
+    if (!server::ConnectToServer(nameSpace)) return Unreachable(err, run, Side::Tavro);
     form.StatusMessage("Connected to Tavro");
     if (options.dryRun) {
         server::LoadServerClassTypes(server::ServerClassTypes);
-        return FinishDryRun(options, DryRunExport(form), out, err);
+        run.dryRun = true;
+        run.dryRunClasses = DryRunExport(form);
+        PrintDryRun(out, run.dryRunClasses);
+        return kExitOk;
     }
     form.StatusMessage("Exporting ...");
     form.ClearLog();
     exporting::ExportClasses();
-    return Finish(options, form, err);
+    return form.AnyFailed() ? kExitFailed : kExitOk;
 }
 
-int RunImport(const Options& options, ConsoleWindow& form, std::ostream& out, std::ostream& err) {
-    if (!server::ConnectToServer(server::ServerNamespace)) return Unreachable(err, Side::Tavro);
+int RunImport(const Options& options, ConsoleWindow& form, Run& run, std::ostream& out,
+              std::ostream& err) {
+    if (!server::ConnectToServer(server::ServerNamespace)) {
+        return Unreachable(err, run, Side::Tavro);
+    }
     server::LoadTavroClassList();
     if (int status = Select(form, options, "server", err)) return status;
 
     form.StatusMessage("Starting Import");
-    if (!rose::ConnectToRose()) return Unreachable(err, Side::Rose);
+    if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
     form.StatusMessage("Connected to Rose");
     if (options.dryRun) {
         server::LoadServerClassTypes(server::ServerClassTypes);
-        return FinishDryRun(options, DryRunImport(form), out, err);
+        run.dryRun = true;
+        run.dryRunClasses = DryRunImport(form);
+        PrintDryRun(out, run.dryRunClasses);
+        return kExitOk;
     }
     form.StatusMessage("Importing ...");
     form.ClearLog();
     importing::ImportClasses();
-    return Finish(options, form, err);
+    return form.AnyFailed() ? kExitFailed : kExitOk;
 }
 
-int RunSpecialClasses(const Options& options, ConsoleWindow& form, std::ostream& err) {
+int RunSpecialClasses(ConsoleWindow& form, Run& run, std::ostream& err) {
     // Both sides are tried first so that a missing one is named before the loading starts.
-    if (!rose::ConnectToRose()) return Unreachable(err, Side::Rose);
-    if (!server::ConnectToServer(server::ServerNamespace)) return Unreachable(err, Side::Tavro);
-    bool ranToEnd = importing::AddTavroSpecialClasses();
-    std::string json = ReportJson(CommandWord(options.command),
-                                  CollectOutcomes(options.command, form), form.Status());
-    if (!WriteReport(options, json, err)) return kExitUnreachable;
-    if (!ranToEnd) {
-        err << "corvansil-cli: the loading stopped before its end\n";
+    if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
+    if (!server::ConnectToServer(server::ServerNamespace)) {
+        return Unreachable(err, run, Side::Tavro);
+    }
+    if (!importing::AddTavroSpecialClasses()) {
+        run.error = "the loading stopped before its end";
+        err << "corvansil-cli: " << run.error << "\n";
         return kExitFailed;
     }
     return form.AnyFailed() ? kExitFailed : kExitOk;
@@ -217,19 +266,60 @@ std::int16_t LinkModeOf(Command command) {
     return 0;
 }
 
-int Dispatch(const Options& options, ConsoleWindow& form, std::ostream& out, std::ostream& err) {
+int Dispatch(const Options& options, ConsoleWindow& form, Run& run, std::ostream& out,
+             std::ostream& err) {
     switch (options.command) {
         case Command::None:
             err << UsageText();
             return kExitUnreachable;
         case Command::Export:
-            return RunExport(options, form, out, err);
+            return RunExport(options, form, run, out, err);
         case Command::Import:
-            return RunImport(options, form, out, err);
+            return RunImport(options, form, run, out, err);
         case Command::Datatypes:
         case Command::System:
-            return RunSpecialClasses(options, form, err);
+            return RunSpecialClasses(form, run, err);
     }
+    return kExitUnreachable;
+}
+
+// Classes the export deleted and did not save again: named on standard error with the command
+// that restores each, whatever ended the run.
+std::vector<MissingClass> ReportDeletedClasses(std::ostream& err) {
+    std::vector<MissingClass> missing;
+    for (const exporting::DeletedClass& deleted : exporting::ClassesDeletedNotSaved()) {
+        missing.push_back(MissingClass{deleted.className, exporting::RestoreCommand(deleted)});
+    }
+    if (missing.empty()) return missing;
+    err << "corvansil-cli: deleted on the Tavro server and not saved again, so the server holds "
+           "no definition of:\n";
+    for (const MissingClass& cls : missing) {
+        err << "corvansil-cli:   " << cls.name << ": restore it with: " << cls.restore << "\n";
+    }
+    err << "corvansil-cli: (" << exporting::kRestoreNote << ")\n";
+    return missing;
+}
+
+// The end of every run that started, however it ended: the classes left deleted, the report
+// and the status.
+int Conclude(const Options& options, ConsoleWindow& form, const Run& run, int status,
+             std::ostream& err) {
+    RunEnd end;
+    end.error = run.error;
+    end.missing = ReportDeletedClasses(err);
+    end.exitStatus = end.missing.empty() ? status : kExitFailed;
+    if (options.reportFile.empty()) return end.exitStatus;
+
+    std::string json =
+        run.dryRun ? ReportJson(CommandWord(options.command), run.dryRunClasses, "Dry run", end)
+                   : ReportJson(CommandWord(options.command),
+                                CollectOutcomes(options.command, form,
+                                                /*readMembers=*/!run.stopped),
+                                form.Status(), end);
+    std::string why;
+    if (WriteReportFile(options.reportFile, json, why)) return end.exitStatus;
+    err << "corvansil-cli: cannot write the report to " << options.reportFile << ": " << why
+        << "\n";
     return kExitUnreachable;
 }
 
@@ -237,12 +327,12 @@ int Dispatch(const Options& options, ConsoleWindow& form, std::ostream& out, std
 
 int RunCommand(const Options& options, std::ostream& out, std::ostream& err, bool live) {
     if (!ApplyConnectionOptions(options, err)) return kExitUnreachable;
-    if (NeedsServerAddress()) {
-        err << "corvansil-cli: no Tavro server given: use --server HOST:PORT:NAMESPACE or set "
-               "TAVRO_CONNECTION\n";
-        return kExitUnreachable;
-    }
-    ConsoleUi ui(err);
+    if (int status = CheckBeforeRun(options, err)) return status;
+
+    Run run;
+    ConsoleUi ui(err, run);
+    StopSignals signals;
+    exporting::StopRequested = [] { return StopSignal() != 0; };
     ConsoleWindow form(out, live);
     form.SetCheckValue(window::CheckBox::Override, options.keepExisting ? 0 : 1);
     form.SetCheckValue(window::CheckBox::AddToDiagram, options.noDiagram ? 0 : 1);
@@ -253,15 +343,28 @@ int RunCommand(const Options& options, std::ostream& out, std::ostream& err, boo
 
     int status = kExitFailed;
     try {
-        status = Dispatch(options, form, out, err);
+        status = Dispatch(options, form, run, out, err);
     } catch (const Ended& ended) {
         status = ended.status;
+    } catch (const Stopped&) {
+        status = kExitFailed;
     } catch (const automation::AutomationError& e) {
         form.Finish();
-        err << "corvansil-cli: the run stopped on an error: " << e.Description() << "\n";
+        run.error = "the run stopped on an error: " + e.Description();
+        err << "corvansil-cli: " << run.error << "\n";
         status = kExitFailed;
     }
     form.Finish();
+    if (StopSignal() != 0) {
+        // A signal that came after the last class still ends the run as stopped.
+        run.stopped = true;
+        run.error = "stopped by " + SignalName(StopSignal()) + ": nothing further was written";
+        err << "corvansil-cli: " << run.error << "\n";
+        status = kExitFailed;
+    }
+    if (!options.dryRun) form.SetCloseCaption("Close");
+    status = Conclude(options, form, run, status, err);
+    exporting::StopRequested = nullptr;
     window::frmImportExport = nullptr;
     return status;
 }

@@ -21,17 +21,27 @@ std::string CountText(std::int16_t count, const char* one, const char* many) {
     return std::to_string(count) + " Invalid " + many + " Skipped.";
 }
 
+// A stop asked for (corvansil-cli's Ctrl-C) ends the class in hand at its next step: nothing
+// further is written, not even a definition only half filled.
+void StopIfRequested() {
+    if (StopRequested && StopRequested()) throw automation::AutomationError(kRunStopped);
+}
+
 bool OverrideChecked() {
     return window::frmImportExport != nullptr &&
            window::frmImportExport->CheckValue(window::CheckBox::Override) != 0;
 }
 
-// Deletes the existing definition so that the class is written anew, not merged.
-void DeleteClassDefinition(const std::string& className) {
+// Deletes the existing definition so that the class is written anew, not merged. The class is
+// noted as deleted before the delete is sent: a connection lost during the call leaves unknown
+// whether the server deleted it. `noted` says that it was.
+void DeleteClassDefinition(const std::string& className, bool& noted) {
     ObjectRef old = automation::CallByName(server::ServerFactory, member::kLoadObjectById,
                                            {member::kClassDefinition, className})
                         .ToObject();
     automation::Variant oid = automation::GetByName(old, member::kSysOid);
+    NoteDeleted(className);
+    noted = true;
     automation::CallByName(old, member::kSysDelete, {oid});
     automation::CallByName(old, member::kSysClose);
 }
@@ -78,6 +88,7 @@ std::int16_t ExportProperties(const std::string& className, const ObjectRef& def
     ObjectRef attributes = rose::Attributes(roseClass);
     std::int16_t count = rose::Count(attributes);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         if (!ExportProperty(className, definition, rose::AttributeAt(attributes, i))) ++invalid;
     }
     return invalid;
@@ -89,6 +100,7 @@ std::int16_t ExportMethods(const std::string& className, const ObjectRef& defini
     ObjectRef operations = rose::Operations(roseClass);
     std::int16_t count = rose::Count(operations);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         if (!ExportMethod(className, definition, rose::OperationAt(operations, i))) ++invalid;
     }
     return invalid;
@@ -108,6 +120,7 @@ std::int16_t ExportRelationships(const std::string& className, const ObjectRef& 
     ObjectRef associations = rose::Associations(roseClass);
     std::int16_t count = rose::Count(associations);
     for (std::int16_t i = 1; i <= count; ++i) {
+        StopIfRequested();
         ObjectRef association = rose::AssociationAt(associations, i);
         ObjectRef ownRole = rose::RoleOf(association, roseClass);
         ObjectRef otherRole = rose::OtherRoleOf(association, roseClass);
@@ -145,15 +158,20 @@ std::string AppendToList(const std::string& list, const std::string& item) {
 
 ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
     message.clear();
+    std::string className;
+    bool deleted = false;  // from just before the old definition's delete until the save
     try {
-        std::string className = naming::QualifyClassName(
+        className = naming::QualifyClassName(
             naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
         bool existed = server::ClassDefinitionExists(className);
         if (existed) {
             if (!OverrideChecked()) return kClassSkipped;
-            DeleteClassDefinition(className);
+            StopIfRequested();
+            DeleteClassDefinition(className, deleted);
+            StopIfRequested();
         }
         SendClassXml(roseClass);
+        StopIfRequested();
         ObjectRef definition = DefinitionToFill(className);
 
         {
@@ -169,6 +187,7 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                              "Relationships");
 
         // The save's status is not examined: a refused save raises an error instead.
+        StopIfRequested();
         {
             automation::rpc::Pipeline pipeline;
             pipeline.Run([&] {
@@ -176,9 +195,12 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
                 automation::CallByNameNoResult(definition, member::kSysClose);
             });
         }
+        NoteSaved(className);
         return existed ? kClassReplaced : kClassCreated;
     } catch (const std::exception& error) {
         message += error.what();
+        // A class that fails between its delete and its save is gone from the server.
+        if (deleted) message += ConfirmDeletedText(className);
         return kClassFailed;
     }
 }

@@ -4,9 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "automation/automation.h"
+#include "window/window.h"
 
 // `export` is a keyword, hence the longer name.
 namespace exporting {
@@ -45,6 +48,36 @@ bool ExportMethod(const std::string& className, const automation::ObjectRef& def
 
 // Exports every class of the transfer window's selected list in list order, one log row per
 // class, and ends with the status "Export complete". The server connection must be open.
+// When the modelling tool lacks the add-in's property defaults (MissingPropertyDefaults) it
+// shows that in a message box and exports nothing.
 void ExportClasses();
+
+// Asked before each step of a class that writes to the server; true makes the class in hand
+// fail with kRunStopped before anything further is written. Unset (the window's case: its
+// Cancel ends the process between classes), nothing stops a class half-way.
+extern std::function<bool()> StopRequested;
+inline constexpr const char* kRunStopped = "the run was stopped";
+
+// A class whose old definition the export deleted (override set) and whose new one it did not
+// save, because a failure, a side that went away or a stop came between: the server holds no
+// definition of it until its last one is restored from the history.
+struct DeletedClass {
+    std::string nameSpace;  // of the connection
+    std::string className;
+};
+// Those of the run in hand (since ExportClasses started), in the order they were deleted. The
+// failed row of each names it too.
+const std::vector<DeletedClass>& ClassesDeletedNotSaved();
+// "tavro-host class restore NS NAME". The add-in does not know the server's data directory:
+// tavro-host takes it from --data DATA or TAVRO_DATA (kRestoreNote).
+std::string RestoreCommand(const DeletedClass& deleted);
+inline constexpr const char* kRestoreNote =
+    "give tavro-host the server's data directory with --data DATA or TAVRO_DATA";
+
+// "" when the modelling tool knows the add-in's property defaults, or nothing can tell
+// (every selected class carries its own value of every Boolean class keyword). Otherwise why
+// every class would fail "Type mismatch", naming the model property file and the registry
+// file and the fix. `keys` are unique keys of model classes; errors count as "cannot tell".
+std::string MissingPropertyDefaults(const window::ClassList& keys);
 
 }  // namespace exporting

@@ -1,5 +1,7 @@
 #include "export/export.h"
+#include "export/export_internal.h"
 #include "model/rose.h"
+#include "platform/platform.h"
 #include "server/server.h"
 #include "window/window.h"
 
@@ -40,6 +42,15 @@ void ExportClasses() {
     window::TransferWindow& form = *window::frmImportExport;
     window::ClassList& names = form.lstSelectedClasses();
     window::ClassList& keys = form.lstSelectedClassIDs();
+
+    ForgetDeletedClasses();
+    // Without the property defaults every class would fail the same way: nothing is started.
+    std::string missingDefaults = MissingPropertyDefaults(keys);
+    if (!missingDefaults.empty()) {
+        platform::MessageBox(missingDefaults, platform::Buttons::Ok, platform::Icon::Critical);
+        form.StatusMessage(std::string("Export") + " not started");
+        return;
+    }
 
     std::int16_t count = names.ListCount();
     server::ServerClassTypes.Clear();

@@ -42,4 +42,13 @@ automation::ObjectRef FindDefinitionMember(const automation::ObjectRef& collecti
 void WriteKeywords(const automation::ObjectRef& element, const automation::ObjectRef& definition,
                    std::span<const install::PropertyDef> keywords);
 
+// The bookkeeping behind ClassesDeletedNotSaved: a class is noted just before its old
+// definition is deleted and forgotten once the new one is saved.
+void NoteDeleted(const std::string& className);
+void NoteSaved(const std::string& className);
+void ForgetDeletedClasses();
+// After a class failed: "" when it is not noted, or the server still holds it (the delete did
+// not go through); otherwise the text that names the class's restore command, for its row.
+std::string ConfirmDeletedText(const std::string& className);
+
 }  // namespace exporting

@@ -8,7 +8,9 @@ namespace platform {
 
 automation::ObjectRef AttachToRose() {
     // A socket that no host serves refuses the connection at once, so "not running" is quick.
-    automation::ObjectRef control = automation::rpc::Connect(RoseSocketAddress());
+    automation::rpc::ClientOptions options;
+    options.peer = kRosePeerName;
+    automation::ObjectRef control = automation::rpc::Connect(RoseSocketAddress(), options);
     automation::ObjectRef application = automation::GetByName(control, "Application").ToObject();
     if (!application) throw automation::AutomationError("rose-host gave no application object");
     return application;

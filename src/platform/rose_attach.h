@@ -7,6 +7,8 @@
 namespace platform {
 
 inline constexpr const char* kRoseProgId = "Rose.Application";
+// How the errors of the connection name the other end ("... closed the connection").
+inline constexpr const char* kRosePeerName = "the modelling tool (rose-host)";
 
 // The application object of the running rose-host; raises AutomationError when none answers.
 automation::ObjectRef AttachToRose();

@@ -33,7 +33,16 @@ std::string Environment(const char* name) {
     return value == nullptr ? std::string() : std::string(value);
 }
 
-ObjectRef ConnectOverRpc(const std::string& address) { return automation::rpc::Connect(address); }
+ObjectRef ConnectOverRpc(const std::string& address) {
+    automation::rpc::ClientOptions options;
+    options.peer = kTavroPeerName;
+    return automation::rpc::Connect(address, options);
+}
+
+std::string& LastFailure() {
+    static std::string failure;
+    return failure;
+}
 
 TavroOps DefaultOps() {
     return TavroOps{[](const std::string&) { return ConnectionFromEnvironment(); }, ConnectOverRpc};
@@ -100,26 +109,46 @@ class TavroFactory : public automation::Object {
     }
 
     // Every failure, from a malformed string to a refused login, is the answer False: the
-    // caller only needs to know whether it may go on.
+    // caller only needs to know whether it may go on. Why it failed is kept for a front end
+    // that can say more (LastConnectionFailure).
     Variant OpenConnection(const Args& args) {
         Close();
-        if (args.empty()) return false;
+        LastFailure().clear();
+        if (args.empty()) return Fail("no connection string was given");
+        std::string connection = args[0].ToString();
         ConnectionParts parts;
-        if (!SplitConnectionString(args[0].ToString(), parts)) return false;
+        if (!SplitConnectionString(connection, parts)) {
+            return Fail(MalformedConnectionText(connection));
+        }
         // Without a dialog the credentials come from where the dialog's default takes them.
         std::string user = prompted_ ? user_ : Environment("TAVRO_USER");
         std::string password = prompted_ ? password_ : Environment("TAVRO_PASSWORD");
+        ObjectRef root;
         try {
-            ObjectRef root = Tavro().connectRoot("tcp:" + parts.host + ":" + parts.port);
+            root = Tavro().connectRoot("tcp:" + parts.host + ":" + parts.port);
+        } catch (const std::exception& error) {
+            return Fail(error.what());
+        }
+        // The server's own reason follows: it does not say whether the user or the password
+        // was wrong, and neither does this text.
+        std::string refused = "the Tavro server at " + parts.host + ":" + parts.port +
+                              " refused the login of user '" + user + "' to namespace '" +
+                              parts.nameSpace + "'";
+        try {
             ObjectRef session =
                 automation::CallByName(root, kLogin, {parts.nameSpace, user, password}).ToObject();
-            if (!session) return false;
+            if (!session) return Fail(refused);
             root_ = std::move(root);
             session_ = std::move(session);
-        } catch (const std::exception&) {
-            return false;
+        } catch (const std::exception& error) {
+            return Fail(refused + ": " + error.what());
         }
         return true;
+    }
+
+    static Variant Fail(std::string why) {
+        LastFailure() = std::move(why);
+        return false;
     }
 
     // One cheap round trip: a server that has gone, or a session it dropped, fails it.
@@ -147,6 +176,12 @@ class TavroFactory : public automation::Object {
 };
 
 }  // namespace
+
+const std::string& LastConnectionFailure() { return LastFailure(); }
+
+std::string MalformedConnectionText(const std::string& connection) {
+    return "the Tavro server address '" + connection + "' is not HOST:PORT:NAMESPACE";
+}
 
 TavroOps& Tavro() {
     static TavroOps ops = DefaultOps();

@@ -21,6 +21,8 @@
 namespace platform {
 
 inline constexpr const char* kTavroFactoryProgId = "TavroActiveX.Factory";
+// How the errors of the connection name the other end ("... closed the connection").
+inline constexpr const char* kTavroPeerName = "the Tavro server (tavro-host)";
 
 // What the connection dialog collected. `connection` "" means the user cancelled.
 struct ConnectionChoice {
@@ -56,6 +58,13 @@ struct ConnectionParts {
 bool SplitConnectionString(const std::string& connection, ConnectionParts& parts);
 // The string that names `parts`.
 std::string JoinConnectionString(const ConnectionParts& parts);
+
+// Why the last OpenConnection of any factory answered False, in words for the user: a malformed
+// string, no server or a busy one (the transport's own text), or a refused login with the
+// server's reason. "" after one that succeeded.
+const std::string& LastConnectionFailure();
+// The text for a connection string that is not "HOST:PORT:NAMESPACE".
+std::string MalformedConnectionText(const std::string& connection);
 
 // A new factory object, not connected.
 automation::ObjectRef NewTavroFactory();

@@ -13,6 +13,7 @@ using automation::ObjectRef;
 
 ObjectRef ServerFactory;
 std::string ServerNamespace;
+std::string ConnectionNamespace;
 
 namespace {
 
@@ -51,6 +52,7 @@ bool OpenServerConnection(std::string& nameSpace) {
         return false;
     }
     nameSpace = NamespaceOfConnection(connection);
+    ConnectionNamespace = nameSpace;
     return true;
 }
 

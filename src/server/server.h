@@ -16,6 +16,9 @@ namespace server {
 extern automation::ObjectRef ServerFactory;
 // The namespace of the open connection, as an import run shows it.
 extern std::string ServerNamespace;
+// The namespace of the connection last opened, whichever run opened it (an export keeps no
+// namespace of its own, yet names it in the command that restores a class it deleted).
+extern std::string ConnectionNamespace;
 
 // The kind of one server class: 1 serial, 2 persistent, 3 datatype, 4 other.
 struct ClassDesc {

@@ -45,6 +45,11 @@ CliWorld::CliWorld() {
     std::string pattern = (std::filesystem::temp_directory_path() / "cli-test-XXXXXX").string();
     dataDir = mkdtemp(pattern.data());
     tavro::InitStore(dataDir, kUser, kPassword, tavro::HashCost::Minimal);
+    {
+        auto store = tavro::OpenStore(dataDir);
+        tavro::AddUser(*store, "viewer", kPassword, /*development=*/false,
+                       tavro::HashCost::Minimal);
+    }
     ForgetConnections();
 
     platform::ResetUi();
@@ -65,6 +70,7 @@ CliWorld::CliWorld() {
     ::setenv("TAVRO_USER", kUser, 1);
     ::setenv("TAVRO_PASSWORD", kPassword, 1);
     ::setenv("CORVANSIL_ROSE_SOCKET", "/nonexistent/rose.sock", 1);
+    ::setenv("CORVANSIL_REGISTRY", "/nonexistent/registry.reg", 1);
     ServeEmptyModel();
 }
 
@@ -77,11 +83,11 @@ CliWorld::~CliWorld() {
     std::filesystem::remove_all(dataDir, ignored);
 }
 
-bool CliWorld::ServeShop() {
+bool CliWorld::ServeShop(bool withDefaults) {
     petal::Document document;
     if (!document.Load(std::string(CORVANSIL_SOURCE_DIR) + "/examples/shop.mdl").ok) return false;
     model = rosehost::LoadModel(document);
-    DeclareDefaults(*model);
+    if (withDefaults) DeclareDefaults(*model);
     rosehost::SetModel(*host, model);
     return true;
 }

@@ -22,8 +22,10 @@ class CliWorld {
     CliWorld(const CliWorld&) = delete;
     CliWorld& operator=(const CliWorld&) = delete;
 
-    // Serves examples/shop.mdl; false when it cannot be read.
-    bool ServeShop();
+    // Serves examples/shop.mdl, with the property defaults of an installed add-in unless told
+    // otherwise (a modelling tool that did not load the property file); false when it cannot
+    // be read.
+    bool ServeShop(bool withDefaults = true);
     // Serves a new, never saved model.
     void ServeEmptyModel();
     // No modelling tool answers any more.

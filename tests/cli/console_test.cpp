@@ -103,7 +103,11 @@ TEST(ReportJson, WritesEveryClassAndMember) {
           {"bad", "property", "", "skipped"}}},
         {"Shop.\"Q\"", "Failed", "a\\b\tc", {}},
     };
-    EXPECT_EQ(cli::ReportJson("export", classes, "Export complete"),
+    cli::RunEnd end;
+    end.exitStatus = 1;
+    end.error = "stopped by SIGINT: nothing further was written";
+    end.missing = {{"Shop.Order", "tavro-host class restore USER Shop.Order"}};
+    EXPECT_EQ(cli::ReportJson("export", classes, "Exporting ...", end),
               "{\n"
               "  \"command\": \"export\",\n"
               "  \"classes\": [\n"
@@ -117,10 +121,19 @@ TEST(ReportJson, WritesEveryClassAndMember) {
               "    {\"name\": \"Shop.\\\"Q\\\"\", \"outcome\": \"Failed\", \"detail\": "
               "\"a\\\\b\\u0009c\", \"members\": []}\n"
               "  ],\n"
-              "  \"status\": \"Export complete\"\n"
+              "  \"status\": \"Exporting ...\",\n"
+              "  \"exit_status\": 1,\n"
+              "  \"error\": \"stopped by SIGINT: nothing further was written\",\n"
+              "  \"deleted_not_saved\": [\n"
+              "    {\"name\": \"Shop.Order\", \"restore\": \"tavro-host class restore USER "
+              "Shop.Order\"}\n"
+              "  ],\n"
+              "  \"restore_note\": \"give tavro-host the server's data directory with --data DATA "
+              "or TAVRO_DATA\"\n"
               "}\n");
-    EXPECT_EQ(cli::ReportJson("system", {}, "Done"),
-              "{\n  \"command\": \"system\",\n  \"classes\": [],\n  \"status\": \"Done\"\n}\n");
+    EXPECT_EQ(cli::ReportJson("system", {}, "Done", cli::RunEnd{}),
+              "{\n  \"command\": \"system\",\n  \"classes\": [],\n  \"status\": \"Done\",\n"
+              "  \"exit_status\": 0,\n  \"error\": \"\",\n  \"deleted_not_saved\": []\n}\n");
 }
 
 }  // namespace

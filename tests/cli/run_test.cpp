@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "automation/rpc.h"
 #include "cli_world.h"
 #include "hosts/rose/host/host.h"
+#include "platform/tavro_factory.h"
 
 namespace {
 
@@ -163,21 +165,79 @@ TEST(RunCommand, ImportsTheExportedClassesIntoANewModelOrOnlySaysWhatWouldChange
     EXPECT_EQ(rosehost::ShowModel(*world.model), shown);
 }
 
+// The Tavro server a row of ExitStatusTwoNamesWhatIsWrong connects to.
+enum class Server : std::uint8_t {
+    InProcess,  // tavro-host's objects in this process
+    Closed,     // a loopback port nothing listens on
+    Busy,       // a server that turns every connection away
+};
+
+std::string Substituted(std::string text, const std::string& port) {
+    for (std::size_t at = text.find("{port}"); at != std::string::npos; at = text.find("{port}"))
+        text.replace(at, 6, port);
+    return text;
+}
+
+std::string PortOf(const std::string& address) { return address.substr(address.rfind(':') + 1); }
+
 TEST(RunCommand, ExitStatusTwoNamesWhatIsWrong) {
     struct Case {
-        std::vector<std::string> args;
+        std::vector<std::string> args;  // "{port}" is the port of a Closed or Busy server
         bool roseRunning;
         bool serverGiven;
         const char* message;
+        Server server = Server::InProcess;
+        bool withDefaults = true;
     };
     const std::string kNoRose = "corvansil-cli: cannot reach rose-host at /nonexistent/rose.sock\n";
+    const std::string kNoDefaults =
+        "corvansil-cli: the modelling tool has not loaded the add-in's model property defaults "
+        "(the class keyword DdlAllowed of Shop.Product reads \"\", not its default \"False\"), "
+        "so every class would fail \"Type mismatch\": the model property file Corvansil.pty "
+        "beside the corvansil executable or the registry file /nonexistent/registry.reg "
+        "($CORVANSIL_REGISTRY) that names it is missing or damaged; run corvansil INSTALL, then "
+        "restart the modelling tool\n";
     const Case cases[] = {
         {{"export", "--all"}, false, true, kNoRose.c_str()},
         {{"import", "--all"}, false, true, kNoRose.c_str()},
+        // The server does not say whether the user or the password was wrong.
         {{"export", "--all", "--password-file", "/dev/null"},
          true,
          true,
-         "corvansil-cli: cannot reach the Tavro server at 127.0.0.1:48100:USER\n"},
+         "corvansil-cli: the Tavro server at 127.0.0.1:48100 refused the login of user 'dev' to "
+         "namespace 'USER': access denied: wrong user name or password\n"},
+        {{"import", "--all", "--user", "nobody"},
+         true,
+         true,
+         "corvansil-cli: the Tavro server at 127.0.0.1:48100 refused the login of user 'nobody' "
+         "to namespace 'USER': access denied: wrong user name or password\n"},
+        {{"export", "--all", "--server", "127.0.0.1:48100:NOPE"},
+         true,
+         true,
+         "corvansil-cli: the Tavro server at 127.0.0.1:48100 refused the login of user 'dev' to "
+         "namespace 'NOPE': access denied: no namespace NOPE\n"},
+        {{"export", "--all", "--user", "viewer"},
+         true,
+         true,
+         "corvansil-cli: No 'Development' Security Permission\n"
+         "corvansil-cli: the user 'viewer' may not change classes on the Tavro server at "
+         "127.0.0.1:48100:USER\n"},
+        {{"export", "--all", "--server", "127.0.0.1:USER"},
+         true,
+         true,
+         "corvansil-cli: the Tavro server address '127.0.0.1:USER' is not HOST:PORT:NAMESPACE\n"},
+        {{"export", "--all", "--server", "127.0.0.1:{port}:USER"},
+         true,
+         true,
+         "corvansil-cli: the Tavro server (tavro-host) does not answer at tcp:127.0.0.1:{port}: "
+         "Connection refused\n",
+         Server::Closed},
+        {{"export", "--all", "--server", "127.0.0.1:{port}:USER"},
+         true,
+         true,
+         "corvansil-cli: the Tavro server (tavro-host) refused the connection: too many "
+         "connections\n",
+         Server::Busy},
         {{"export", "--all", "--password-file", "/nonexistent"},
          true,
          true,
@@ -191,18 +251,75 @@ TEST(RunCommand, ExitStatusTwoNamesWhatIsWrong) {
          false,
          "corvansil-cli: no Tavro server given: use --server HOST:PORT:NAMESPACE or set "
          "TAVRO_CONNECTION\n"},
+        // Refused before the server is touched, not after it was changed.
+        {{"export", "--all", "--report", "/nonexistent/export.json"},
+         true,
+         true,
+         "corvansil-cli: cannot write the report to /nonexistent/export.json: No such file or "
+         "directory\n"},
+        {{"export", "Shop.Product"}, true, true, kNoDefaults.c_str(), Server::InProcess, false},
+        {{"export", "Shop.Product", "--dry-run"},
+         true,
+         true,
+         kNoDefaults.c_str(),
+         Server::InProcess,
+         false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.message);
         CliWorld world;
-        if (!world.ServeShop()) GTEST_SKIP() << "examples/shop.mdl cannot be read";
+        if (!world.ServeShop(c.withDefaults)) GTEST_SKIP() << "examples/shop.mdl cannot be read";
         if (!c.roseRunning) world.StopRose();
         if (!c.serverGiven) ::unsetenv("TAVRO_CONNECTION");
-        EXPECT_EQ(world.Run(c.args), cli::kExitUnreachable);
-        EXPECT_EQ(world.err, c.message);
+        std::string port;
+        std::unique_ptr<automation::rpc::Server> busy;
+        if (c.server == Server::Closed) {
+            // A port that was free a moment ago: nothing listens there now.
+            automation::rpc::Server gone(
+                [](const automation::rpc::ConnectionInfo&) { return automation::ObjectRef(); });
+            gone.Listen("tcp:127.0.0.1:0");
+            port = PortOf(gone.Address());
+        }
+        if (c.server == Server::Busy) {
+            busy = std::make_unique<automation::rpc::Server>(
+                [](const automation::rpc::ConnectionInfo&) -> automation::ObjectRef {
+                    throw automation::AutomationError("too many connections");
+                });
+            busy->Listen("tcp:127.0.0.1:0");
+            busy->Start();
+            port = PortOf(busy->Address());
+        }
+        // Both use the transport a real server is reached by.
+        if (c.server != Server::InProcess) platform::ResetTavro();
+        std::vector<std::string> args;
+        for (const std::string& arg : c.args) args.push_back(Substituted(arg, port));
+
+        EXPECT_EQ(world.Run(args), cli::kExitUnreachable);
+        EXPECT_EQ(world.err, Substituted(c.message, port));
         tavro::ClassDef def;
         EXPECT_FALSE(world.Load("Shop.Product", def));
     }
+}
+
+TEST(RunCommand, WritesTheReportOfARunThatStoppedByRenamingANewFileOverTheOld) {
+    CliWorld world;
+    if (!world.ServeShop()) GTEST_SKIP() << "examples/shop.mdl cannot be read";
+    std::string report = TempFile(world, "run.json");
+    std::ofstream(report) << "the report of an earlier run";
+    world.StopRose();
+
+    EXPECT_EQ(world.Run({"export", "--all", "--report", report}), cli::kExitUnreachable);
+
+    EXPECT_EQ(ReadFile(report),
+              "{\n  \"command\": \"export\",\n  \"classes\": [],\n  \"status\": \"\",\n"
+              "  \"exit_status\": 2,\n"
+              "  \"error\": \"cannot reach rose-host at /nonexistent/rose.sock\",\n"
+              "  \"deleted_not_saved\": []\n}\n");
+    std::size_t besideIt = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(world.dataDir)) {
+        if (entry.path().filename().string().rfind("run.json", 0) == 0) ++besideIt;
+    }
+    EXPECT_EQ(besideIt, 1U) << "a temporary file was left beside the report";
 }
 
 TEST(RunCommand, LoadsSystemClassesOnceAndThenFindsThemThere) {

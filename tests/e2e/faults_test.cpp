@@ -8,91 +8,27 @@
 #include <filesystem>
 #include <sstream>
 
-#include "hosts/rose/host/host.h"
-#include "hosts/tavro/store/store.h"
+#include "tests/e2e/bulk.h"
 #include "tests/e2e/programs.h"
 
 namespace {
 
+using e2e::ClassName;
 using e2e::CliEnvironment;
 using e2e::CountOf;
 using e2e::Exit;
+using e2e::Inspect;
 using e2e::RoseHost;
+using e2e::ServerState;
 using e2e::StartCli;
+using e2e::StoreClasses;
 using e2e::TavroServer;
 using e2e::TempDir;
+using e2e::WriteModel;
 using namespace std::chrono_literals;
-
-constexpr int kFields = 12;
 
 #define SKIP_WITHOUT_PROGRAMS() \
     if (!e2e::MissingProgram().empty()) GTEST_SKIP() << "not built: " << e2e::MissingProgram()
-
-std::string ClassName(const std::string& category, int i) {
-    return category + ".Item" + std::to_string(i);
-}
-
-// A model file with `count` classes in the category `category`, each with kFields public
-// String attributes, written the way rose-host saves a model.
-std::string WriteModel(const TempDir& dir, const std::string& category, int count) {
-    rosehost::Session session;
-    rosehost::NewSession(session);
-    rosehost::Model& model = *rosehost::ModelOf(*session.host);
-    auto owner = rosehost::CreateCategory(model, model.top, category);
-    for (int i = 1; i <= count; ++i) {
-        auto cls = rosehost::CreateClass(model, owner, "Item" + std::to_string(i));
-        for (int f = 0; f < kFields; ++f) {
-            auto attribute =
-                rosehost::CreateAttribute(model, *cls, "field" + std::to_string(f), "String", "");
-            attribute->exportControl = rosehost::kPublic;
-        }
-    }
-    std::string path = dir / (category + ".mdl");
-    std::string error = rosehost::SaveSession(session, path);
-    if (!error.empty()) throw std::runtime_error(error);
-    return path;
-}
-
-// The same classes stored directly in the data directory, as an operator loads them.
-void StoreClasses(const TavroServer& tavro, const std::string& category, int count) {
-    std::vector<tavro::ClassDef> defs;
-    for (int i = 1; i <= count; ++i) {
-        tavro::ClassDef def;
-        def.name = ClassName(category, i);
-        for (int f = 0; f < kFields; ++f) {
-            def.properties.push_back(tavro::Item{
-                tavro::ItemKind::Property, "field" + std::to_string(f), {{"Type", "%String"}}, {}});
-        }
-        defs.push_back(std::move(def));
-    }
-    auto store = tavro::OpenStore(tavro.dataDir());
-    tavro::SaveClasses(*store, "USER", defs, tavro::Actor{"", /*isOperator=*/true});
-}
-
-// What the server holds of the generated classes: how many are there, and a complaint for
-// each one that is there but not whole.
-struct ServerState {
-    int present = 0;
-    std::vector<std::string> broken;
-};
-
-ServerState Inspect(const TavroServer& tavro, const std::string& category, int count) {
-    ServerState state;
-    auto store = tavro::OpenStore(tavro.dataDir());
-    for (int i = 1; i <= count; ++i) {
-        tavro::ClassDef def;
-        if (!tavro::LoadClass(*store, "USER", ClassName(category, i), def)) continue;
-        ++state.present;
-        bool whole = def.properties.size() == kFields;
-        for (std::size_t f = 0; whole && f < def.properties.size(); ++f) {
-            const tavro::Item& property = def.properties[f];
-            whole = property.name == "field" + std::to_string(f) &&
-                    property.values.count("Type") != 0 && property.values.at("Type") == "%String";
-        }
-        if (!whole) state.broken.push_back(def.name);
-    }
-    return state;
-}
 
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines;
@@ -130,7 +66,10 @@ TEST(ExportClasses, ServerKilledMidRunLeavesEveryClassWholeOrAbsent) {
     for (const std::string& line : Lines(exit.out)) {
         if (line.find(": Failed") == std::string::npos) continue;
         ++failed;
+        // After any counts of members the dead server failed, the side that went away.
         EXPECT_NE(line.find(": Failed ("), std::string::npos) << "no description: " << line;
+        EXPECT_NE(line.find("the Tavro server (tavro-host) "), std::string::npos)
+            << "does not name the side that failed: " << line;
     }
     EXPECT_LT(created, static_cast<std::size_t>(kClasses)) << "the run ended before the kill";
     EXPECT_EQ(created + failed, static_cast<std::size_t>(kClasses)) << exit.out;
@@ -164,7 +103,8 @@ TEST(ImportClasses, ModellingToolKilledMidRunIsReportedWithoutACrash) {
     ASSERT_TRUE(tavro.Start());
     ASSERT_TRUE(rose.Start(""));
 
-    auto cli = StartCli(dir, {"import", "--all"}, CliEnvironment(tavro, rose));
+    std::string report = dir / "import.json";
+    auto cli = StartCli(dir, {"import", "--all", "--report", report}, CliEnvironment(tavro, rose));
     ASSERT_TRUE(cli->WaitForOutput(
         [](const std::string& out) { return out.find("Importing") != std::string::npos; }, 60s))
         << cli->Out() << cli->Err();
@@ -175,6 +115,12 @@ TEST(ImportClasses, ModellingToolKilledMidRunIsReportedWithoutACrash) {
     EXPECT_LT(CountOf(exit.out, "New Class Created"), static_cast<std::size_t>(kClasses))
         << "the run ended before the kill";
     EXPECT_FALSE(exit.err.empty()) << "the failure is not reported\n" << exit.out;
+    // The rows or the end of the run name the side that went away, and the report is written.
+    EXPECT_NE((exit.out + exit.err).find("the modelling tool (rose-host)"), std::string::npos)
+        << exit.out << exit.err;
+    EXPECT_NE(e2e::ReadFile(report).find("\"exit_status\": " + std::to_string(exit.status)),
+              std::string::npos)
+        << e2e::ReadFile(report);
     RecordProperty("cli_stderr", exit.err.substr(0, 200));
 }
 
@@ -217,7 +163,13 @@ TEST(ConnectToServer, WrongPasswordEndsTheRunNamingTheServer) {
         e2e::Cli(dir, {"export", "--all"}, CliEnvironment(tavro, rose, "dev", "not-the-password"));
     ExpectNoSignal(exit);
     EXPECT_EQ(exit.status, 2);
-    EXPECT_NE(exit.err.find(tavro.Connection()), std::string::npos) << exit.err;
+    // The server and the login it refused are named; its own reason follows.
+    std::string address = tavro.Connection().substr(0, tavro.Connection().rfind(':'));
+    EXPECT_EQ(exit.err.rfind("corvansil-cli: the Tavro server at " + address +
+                                 " refused the login of user 'dev' to namespace 'USER': ",
+                             0),
+              0U)
+        << exit.err;
     EXPECT_EQ(Inspect(tavro, "Shop", 2).present, 0);
 }
 

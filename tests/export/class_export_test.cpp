@@ -242,17 +242,54 @@ TEST(ExportClass, BooleanClassKeywordThatDoesNotConvertFailsTheClass) {
     }
 }
 
-TEST(ExportClass, ReplacedClassThatFailsStaysDeleted) {
-    ExportWorld world;
-    auto order = world.AddClass("Shop", "Order");
-    rosehost::SetToolProperty(*order, "Tavro", "ProcedureBlock", "sometimes");
-    world.Store(StoredClass("Shop.Order"));
-    world.SetOverride(true);
-    std::string message;
-    EXPECT_EQ(exporting::ExportClass(world.ClassObject(*order), message), exporting::kClassFailed);
-    EXPECT_EQ(message, "Type mismatch");
-    tavro::ClassDef def;
-    EXPECT_FALSE(world.Load("Shop.Order", def));
+bool NamedAsDeleted(const std::string& className) {
+    for (const exporting::DeletedClass& deleted : exporting::ClassesDeletedNotSaved()) {
+        if (deleted.className == className) return true;
+    }
+    return false;
+}
+
+// A replaced class that fails after its delete stays deleted; its message and the run's list
+// name the command that restores it. A stop asked for before the delete changes nothing.
+TEST(ExportClass, ReplacedClassThatFailsStaysDeletedAndIsNamedWithItsRestore) {
+    struct Case {
+        const char* name;
+        const char* procedureBlock;
+        int stopAtCheck;  // the stop check that first answers true; 0 none
+        const char* message;
+        bool deleted;
+    };
+    const Case cases[] = {
+        {"stop before the delete", "False", 1, "the run was stopped", false},
+        {"keyword that does not convert", "sometimes", 0,
+         "Type mismatch; the class was deleted and not saved again, restore it with: "
+         "tavro-host class restore USER Shop.Order",
+         true},
+        {"stop after the delete", "False", 2,
+         "the run was stopped; the class was deleted and not saved again, restore it with: "
+         "tavro-host class restore USER Shop.Order",
+         true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ExportWorld world;
+        auto order = world.AddClass("Shop", "Order");
+        rosehost::SetToolProperty(*order, "Tavro", "ProcedureBlock", c.procedureBlock);
+        world.Store(StoredClass("Shop.Order"));
+        world.SetOverride(true);
+        int checks = 0;
+        if (c.stopAtCheck != 0) {
+            exporting::StopRequested = [&] { return ++checks >= c.stopAtCheck; };
+        }
+        std::string message;
+        EXPECT_EQ(exporting::ExportClass(world.ClassObject(*order), message),
+                  exporting::kClassFailed);
+        exporting::StopRequested = nullptr;
+        EXPECT_EQ(message, c.message);
+        tavro::ClassDef def;
+        EXPECT_EQ(world.Load("Shop.Order", def), !c.deleted);
+        EXPECT_EQ(NamedAsDeleted("Shop.Order"), c.deleted);
+    }
 }
 
 TEST(ExportClass, RefusedSaveAppendsTheServerErrorAfterTheCounts) {

@@ -136,4 +136,30 @@ TEST(ExportClasses, ModelTypeNamesMapSinceNoServerClassIsNamedLikeThem) {
     EXPECT_EQ(export_test::PropertyValue(def.properties[1], "Type"), "%Date");
 }
 
+// A modelling tool that did not load the add-in's property file: every class would fail
+// "Type mismatch", so the run says why and exports nothing.
+TEST(ExportClasses, WithoutThePropertyDefaultsNothingIsExported) {
+    ExportWorld world;
+    world.model->propertySets.clear();
+    auto order = world.AddClass("Shop", "Order");
+    world.Select(*order);
+    ::setenv("CORVANSIL_REGISTRY", "/nonexistent/registry.reg", 1);
+
+    exporting::ExportClasses();
+
+    ::unsetenv("CORVANSIL_REGISTRY");
+    ASSERT_EQ(world.boxes.size(), 1U);
+    EXPECT_EQ(world.boxes[0].text,
+              "the modelling tool has not loaded the add-in's model property defaults (the class "
+              "keyword DdlAllowed of Shop.Order reads \"\", not its default \"False\"), so every "
+              "class would fail \"Type mismatch\": the model property file Corvansil.pty beside "
+              "the corvansil executable or the registry file /nonexistent/registry.reg "
+              "($CORVANSIL_REGISTRY) that names it is missing or damaged; run corvansil INSTALL, "
+              "then restart the modelling tool");
+    EXPECT_TRUE(world.window.Rows().empty());
+    EXPECT_EQ(world.window.Status(), "Export not started");
+    tavro::ClassDef def;
+    EXPECT_FALSE(world.Load("Shop.Order", def));
+}
+
 }  // namespace

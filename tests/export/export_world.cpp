@@ -94,6 +94,7 @@ ExportWorld::ExportWorld(const char* user) {
                                     ? session_
                                     : tavro::OpenSession(dataDir_, kNamespace, user, kPassword)));
     server::ServerFactory = factory;
+    server::ConnectionNamespace = kNamespace;
     server::ServerClassTypes.Clear();
 
     model = rosehost::NewModel("Shop");
@@ -116,6 +117,7 @@ ExportWorld::~ExportWorld() {
     window::frmImportExport = nullptr;
     rose::RoseApp = nullptr;
     server::ServerFactory = nullptr;
+    server::ConnectionNamespace.clear();
     server::ServerClassTypes.Clear();
     session_.reset();
     std::error_code ignored;
