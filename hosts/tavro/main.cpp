@@ -1,11 +1,15 @@
 // tavro-host: the stand-in for the Tavro database server. It serves the class dictionary of a
 // data directory to the add-in over TCP and lets an operator manage users, namespaces and
 // class definitions from the command line.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -26,8 +30,9 @@ constexpr const char* kUsage = R"(usage: tavro-host COMMAND ...
   init DIR [--user NAME] [--password-file FILE]
       create a data directory: the database, the namespace USER, the server's own classes
       and one user (default "developer") with the "Development" permission
-  serve DIR [--port N] [--bind ADDRESS]
-      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT
+  serve DIR [--port N] [--bind ADDRESS] [--max-connections N]
+      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT, to at
+      most N clients at once (default 256); one server per data directory
   user add NAME [--development] [--password-file FILE]
   user remove NAME
   user grant NAME Development
@@ -51,6 +56,7 @@ struct Options {
     std::string passwordFile;
     std::string bind = kDefaultBind;
     int port = kDefaultPort;
+    std::size_t maxConnections = automation::rpc::ServerOptions{}.maxConnections;
     bool development = false;
     bool noSecurity = false;
     bool help = false;
@@ -70,7 +76,7 @@ bool TakeValue(int argc, char** argv, int& i, const std::string& flag, std::stri
 
 Options ParseOptions(int argc, char** argv) {
     Options options;
-    std::string port;
+    std::string port, maxConnections;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
@@ -83,7 +89,8 @@ Options ParseOptions(int argc, char** argv) {
                    TakeValue(argc, argv, i, "--user", options.user) ||
                    TakeValue(argc, argv, i, "--password-file", options.passwordFile) ||
                    TakeValue(argc, argv, i, "--bind", options.bind) ||
-                   TakeValue(argc, argv, i, "--port", port)) {
+                   TakeValue(argc, argv, i, "--port", port) ||
+                   TakeValue(argc, argv, i, "--max-connections", maxConnections)) {
             continue;
         } else if (arg.size() > 1 && arg[0] == '-') {
             Die("unknown option " + arg);
@@ -98,6 +105,15 @@ Options ParseOptions(int argc, char** argv) {
             Die("bad port " + port);
         }
         if (options.port < 0 || options.port > 65535) Die("bad port " + port);
+    }
+    if (!maxConnections.empty()) {
+        int count = 0;
+        try {
+            count = std::stoi(maxConnections);
+        } catch (const std::exception&) {
+        }
+        if (count < 1) Die("bad number of connections " + maxConnections);
+        options.maxConnections = static_cast<std::size_t>(count);
     }
     return options;
 }
@@ -163,11 +179,39 @@ void StopServing(int) {
     if (gServer != nullptr) gServer->Stop();
 }
 
+// Holds the data directory's serve lock for as long as the process lives: a second server
+// would hand out the same definitions for editing.
+void LockForServing(const std::string& dir) {
+    std::string path = dir + "/serve.lock";
+    int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) Die("cannot open " + path + ": " + std::strerror(errno));
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        char pid[32] = "";
+        ssize_t n = read(fd, pid, sizeof pid - 1);
+        std::string who =
+            n > 0 ? " (process " + std::string(pid, static_cast<std::size_t>(n)) + ")" : "";
+        Die("another tavro-host serves " + dir + who + "; stop it first");
+    }
+    // The process number only helps the message above: a failure to write it is no matter.
+    std::string self = std::to_string(getpid());
+    if (ftruncate(fd, 0) == 0) {
+        [[maybe_unused]] ssize_t n = write(fd, self.data(), self.size());
+    }
+}
+
 int Serve(const Options& options) {
     std::string dir = Word(options, 1, "data directory");
     tavro::OpenStore(dir);  // refuse to serve a directory that was never initialised
+    LockForServing(dir);
+    automation::rpc::ServerOptions serverOptions;
+    serverOptions.loginLimit = tavro::kLoginLimit;
+    serverOptions.maxConnections = options.maxConnections;
+    auto guard = std::make_shared<tavro::LoginGuard>();
     automation::rpc::Server server(
-        [dir](const automation::rpc::ConnectionInfo&) { return tavro::NewLoginObject(dir); });
+        [dir, guard](const automation::rpc::ConnectionInfo& info) {
+            return tavro::NewLoginObject(dir, info.peer, guard);
+        },
+        serverOptions);
     server.Listen("tcp:" + options.bind + ":" + std::to_string(options.port));
     gServer = &server;
     struct sigaction action {};

@@ -38,7 +38,11 @@ std::string OptionalText(const Args& args, std::size_t index);
 // Raises an error with the store's text, as the server reports a refused operation.
 [[noreturn]] void Refuse(const std::string& text);
 
-// A character stream: text written in pieces and read back whole.
+// Bytes a character stream holds at most: far beyond any class definition's XML, and a bound
+// on what one client can make the server keep.
+inline constexpr std::size_t kMaxStreamSize = 16u * 1024u * 1024u;
+
+// A character stream: text written in pieces and read back whole, up to kMaxStreamSize.
 class StreamObject : public NamedObject {
   public:
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;
