@@ -1,0 +1,50 @@
+// What the hosts keep to themselves: a data directory is served by one tavro-host, and
+// rose-host's socket lies in a directory no other local user can write to.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tests/e2e/programs.h"
+
+namespace {
+
+using e2e::Exit;
+using e2e::TavroServer;
+using e2e::TempDir;
+using namespace std::chrono_literals;
+
+#define SKIP_WITHOUT_PROGRAMS() \
+    if (!e2e::MissingProgram().empty()) GTEST_SKIP() << "not built: " << e2e::MissingProgram()
+
+// Two servers of one data directory would each hand out its definitions for editing.
+TEST(TavroHostServe, RefusesASecondServerOfTheSameDataDirectory) {
+    SKIP_WITHOUT_PROGRAMS();
+    TempDir dir("serve-once");
+    TavroServer first(dir);
+    ASSERT_TRUE(first.Start());
+    Exit second =
+        e2e::Run(dir, {"tavro-host", "serve", first.dataDir(), "--port", "0"}, {}, "", 60s);
+    EXPECT_TRUE(second.finished);
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.err.rfind(
+                  "tavro-host: another tavro-host serves " + first.dataDir() + " (process ", 0),
+              0u)
+        << second.err;
+    EXPECT_EQ(second.out, "");
+}
+
+TEST(RoseHostNew, RefusesASocketDirectoryOthersCanWriteTo) {
+    SKIP_WITHOUT_PROGRAMS();
+    TempDir dir("rose-socket");
+    std::string open = dir / "open";
+    ASSERT_EQ(mkdir(open.c_str(), 0700), 0);
+    ASSERT_EQ(chmod(open.c_str(), 0777), 0);
+    Exit host = e2e::Run(dir, {"rose-host", "new"},
+                         {{"CORVANSIL_ROSE_SOCKET", open + "/rose.sock"}}, "", 60s);
+    EXPECT_TRUE(host.finished);
+    EXPECT_EQ(host.status, 1);
+    EXPECT_NE(host.err.find("rose-host: the socket directory " + open + " has owner uid "),
+              std::string::npos)
+        << host.err;
+}
+
+}  // namespace
