@@ -1,29 +1,11 @@
-// The running of requests: the handle table of a connection, calls into the host, calls sent
-// ahead, and deferred work on the worker threads.
-#include <unistd.h>
-
+// The running of requests: the handle table of a connection, calls into the host, and calls
+// sent ahead.
 #include "automation/rpc_server_internal.h"
 
 namespace automation::rpc {
 
 namespace detail {
 namespace {
-
-// What Defer and Authenticate act on: set while the server runs a call, or deferred work.
-struct CallContext {
-    std::function<Variant()>* deferred = nullptr;  // the serving thread's call being run
-    bool* authenticated = nullptr;
-};
-
-thread_local CallContext* tCall = nullptr;
-
-// Runs host code under the host's mutex, when it has one.
-template <class Fn>
-auto InHost(State& s, Fn&& fn) {
-    if (s.options.hostMutex == nullptr) return fn();
-    std::lock_guard lock(*s.options.hostMutex);
-    return fn();
-}
 
 // Kinds told per connection at most; objects beyond leave the client to ask.
 constexpr std::uint32_t kMaxKinds = 4096;
@@ -204,6 +186,7 @@ void Queue(State& s, Peer& peer, const Message& request, std::function<Variant()
     job->noWait = request.noWait;
     job->work = std::move(work);
     peer.pending = job;
+    StartWorkers(s);
     std::lock_guard lock(s.jobsMutex);
     s.queued.push_back(std::move(job));
     s.jobsReady.notify_one();
@@ -244,44 +227,6 @@ bool CanRun(const State& s, const Peer& peer) {
     if (peer.gone && BeforeLogin(s, peer)) return false;  // a stranger's requests die with it
     // A client that does not read cannot make the server buffer without bound.
     return peer.out.size() < FrameLimit(s, peer);
-}
-
-void Worker(State& s) {
-    for (;;) {
-        std::shared_ptr<Job> job;
-        {
-            std::unique_lock lock(s.jobsMutex);
-            s.jobsReady.wait(lock, [&] { return s.workersStop || !s.queued.empty(); });
-            if (s.workersStop) return;
-            job = std::move(s.queued.front());
-            s.queued.pop_front();
-        }
-        if (!job->cancelled.load()) {
-            CallContext context{nullptr, &job->authenticated};
-            tCall = &context;
-            try {
-                job->result = job->work();
-            } catch (const HeldError& e) {
-                job->failed = true;
-                job->error = e.Description();
-                job->answerAt = Clock::now() + e.hold;
-            } catch (const std::exception& e) {
-                job->failed = true;
-                job->error = e.what();
-            } catch (...) {
-                job->failed = true;
-                job->error = "unknown error in the automation host";
-            }
-            tCall = nullptr;
-        }
-        job->work = nullptr;
-        {
-            std::lock_guard lock(s.jobsMutex);
-            s.done.push_back(std::move(job));
-        }
-        std::uint64_t one = 1;
-        [[maybe_unused]] ssize_t n = write(s.wakeFd, &one, sizeof one);
-    }
 }
 
 }  // namespace
@@ -357,56 +302,6 @@ void AnswerJob(State& s, Job& job) {
     Finish(s, *peer, job.noWait, reply);
 }
 
-void CollectDoneJobs(State& s) {
-    std::vector<std::shared_ptr<Job>> done;
-    {
-        std::lock_guard lock(s.jobsMutex);
-        done.swap(s.done);
-    }
-    for (auto& job : done) s.held.push_back(std::move(job));
-}
-
-Clock::time_point AnswerDueJobs(State& s) {
-    auto now = Clock::now();
-    auto next = Clock::time_point::max();
-    for (auto it = s.held.begin(); it != s.held.end();) {
-        Job& job = **it;
-        if (job.peer != nullptr && job.answerAt > now) {
-            next = std::min(next, job.answerAt);
-            ++it;
-            continue;
-        }
-        AnswerJob(s, job);
-        it = s.held.erase(it);
-    }
-    return next;
-}
-
-void StartWorkers(State& s) {
-    s.workersStop = false;
-    unsigned count = s.options.workers == 0 ? 1 : s.options.workers;
-    for (unsigned i = 0; i < count; ++i) s.workers.emplace_back([&s] { Worker(s); });
-}
-
-void StopWorkers(State& s) {
-    {
-        std::lock_guard lock(s.jobsMutex);
-        s.workersStop = true;
-        for (auto& job : s.queued) job->cancelled = true;
-        s.jobsReady.notify_all();
-    }
-    for (std::thread& t : s.workers) t.join();
-    s.workers.clear();
-    CollectDoneJobs(s);
-    for (auto& job : s.queued) s.held.push_back(std::move(job));
-    s.queued.clear();
-    for (auto& job : s.held) {
-        job->peer = nullptr;
-        InHost(s, [&] { job->result = Variant(); });
-    }
-    s.held.clear();
-}
-
 void ReleaseAll(State& s, Peer& peer) {
     if (peer.pending) {
         peer.pending->cancelled = true;
@@ -419,17 +314,5 @@ void ReleaseAll(State& s, Peer& peer) {
 }
 
 }  // namespace detail
-
-Variant Defer(std::function<Variant()> work) {
-    detail::CallContext* call = detail::tCall;
-    if (call == nullptr || call->deferred == nullptr) return work();
-    *call->deferred = std::move(work);
-    return {};
-}
-
-void Authenticate() {
-    if (detail::tCall != nullptr && detail::tCall->authenticated != nullptr)
-        *detail::tCall->authenticated = true;
-}
 
 }  // namespace automation::rpc

@@ -217,7 +217,6 @@ void Server::Join() {
 void Server::Run() {
     State& s = *state_;
     if (s.listener.fd < 0) return;
-    detail::StartWorkers(s);
     std::vector<pollfd> fds;
     bool spin = false;
     while (!s.stopping.load()) {
@@ -231,7 +230,9 @@ void Server::Run() {
         for (auto& peer : s.peers) {
             short events = detail::WantsRead(s, *peer) ? POLLIN : 0;
             if (!peer->out.empty()) events |= POLLOUT;
-            fds.push_back({peer->fd, events, 0});
+            // A connection whose client has gone has nothing to poll (it would report the
+            // hang-up again and again), only queued work.
+            fds.push_back({peer->gone ? -1 : peer->fd, events, 0});
             // Requests already read, of a connection whose turn ended: no sleeping.
             if (detail::HasRunnableFrames(s, *peer)) deadline = now;
         }

@@ -99,6 +99,21 @@ namespace automation::rpc::detail {
 
 using State = Server::State;
 
+// What Defer and Authenticate act on: set while the server runs a call, or deferred work.
+struct CallContext {
+    std::function<Variant()>* deferred = nullptr;  // the serving thread's call being run
+    bool* authenticated = nullptr;
+};
+extern thread_local CallContext* tCall;
+
+// Runs host code under the host's mutex, when it has one.
+template <class Fn>
+auto InHost(State& s, Fn&& fn) {
+    if (s.options.hostMutex == nullptr) return fn();
+    std::lock_guard lock(*s.options.hostMutex);
+    return fn();
+}
+
 // Requests a connection may have run in one turn before the others get theirs.
 inline constexpr int kTurnRequests = 16;
 
@@ -114,6 +129,7 @@ bool HasRunnableFrames(const State& s, const Peer& peer);
 
 // Sends what a finished deferred call answers, dropping it when its connection has gone.
 void AnswerJob(State& s, Job& job);
+// Starts the worker threads unless they run (the first deferred call does).
 void StartWorkers(State& s);
 void StopWorkers(State& s);
 // Takes the calls that the workers finished; true when any came.
