@@ -41,6 +41,7 @@ void ReadAvailable(State& s, Peer& peer) {
             peer.eof = true;  // it may still read the replies of what it sent
             return;
         }
+        peer.eof = true;
         peer.gone = true;
         return;
     }
@@ -71,7 +72,10 @@ bool WantsRead(const State& s, const Peer& peer) {
 // Serves one connection for a turn; true when a request was handled.
 bool Service(State& s, Peer& peer, short revents) {
     if (revents & (POLLHUP | POLLERR)) peer.gone = true;
-    if (revents & POLLIN) ReadAvailable(s, peer);
+    // What a client that has gone sent without waiting still runs: read it to its end, as
+    // the connection is no longer polled.
+    bool drain = peer.gone && !peer.eof && !BeforeLogin(s, peer);
+    if ((revents & POLLIN) || drain) ReadAvailable(s, peer);
     bool handled = ProcessFrames(s, peer);
     Flush(peer);
     // Done once it sends nothing more and waits for nothing of ours.
