@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "automation/rpc.h"
 #include "hosts/tavro/store/store.h"
 
 namespace tavro_cli {
@@ -19,6 +20,7 @@ struct Options {
     std::string passwordFile;
     std::string bind = kDefaultBind;
     int port = kDefaultPort;
+    std::size_t maxConnections = automation::rpc::ServerOptions{}.maxConnections;
     std::string deletedSince;  // class list: as given, "" when not
     std::string keep;          // history prune: as given
     bool development = false;

@@ -4,8 +4,10 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -48,9 +50,9 @@ constexpr const char* kUsage = R"(usage: tavro-host COMMAND ...
   init DIR [--user NAME] [--password-file FILE]
       create a data directory: the database, the namespace USER, the server's own classes
       and one user (default "developer") with the "Development" permission
-  serve DIR [--port N] [--bind ADDRESS]
-      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT;
-      one server per data directory (a second one is refused)
+  serve DIR [--port N] [--bind ADDRESS] [--max-connections N]
+      serve DIR on tcp:ADDRESS:N (default 127.0.0.1:48100) until SIGTERM or SIGINT, to at
+      most N clients at once (default 256); one server per data directory
   user add NAME [--development] [--password-file FILE]
   user remove NAME
   user grant NAME Development
@@ -90,7 +92,7 @@ bool TakeValue(int argc, char** argv, int& i, const std::string& flag, std::stri
 
 Options ParseOptions(int argc, char** argv) {
     Options options;
-    std::string port;
+    std::string port, maxConnections;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
@@ -107,7 +109,8 @@ Options ParseOptions(int argc, char** argv) {
                    TakeValue(argc, argv, i, "--bind", options.bind) ||
                    TakeValue(argc, argv, i, "--port", port) ||
                    TakeValue(argc, argv, i, "--deleted-since", options.deletedSince) ||
-                   TakeValue(argc, argv, i, "--keep", options.keep)) {
+                   TakeValue(argc, argv, i, "--keep", options.keep) ||
+                   TakeValue(argc, argv, i, "--max-connections", maxConnections)) {
             continue;
         } else if (arg.size() > 1 && arg[0] == '-') {
             Die("unknown option " + arg);
@@ -122,6 +125,15 @@ Options ParseOptions(int argc, char** argv) {
             Die("bad port " + port);
         }
         if (options.port < 0 || options.port > 65535) Die("bad port " + port);
+    }
+    if (!maxConnections.empty()) {
+        int count = 0;
+        try {
+            count = std::stoi(maxConnections);
+        } catch (const std::exception&) {
+        }
+        if (count < 1) Die("bad number of connections " + maxConnections);
+        options.maxConnections = static_cast<std::size_t>(count);
     }
     return options;
 }
@@ -176,8 +188,15 @@ int Serve(const Options& options) {
     std::string dir = Word(options, 1, "data directory");
     tavro::OpenStore(dir);            // refuse to serve a directory that was never initialised
     tavro::ServeLock serveLock(dir);  // and one that another tavro-host serves
+    automation::rpc::ServerOptions serverOptions;
+    serverOptions.loginLimit = tavro::kLoginLimit;
+    serverOptions.maxConnections = options.maxConnections;
+    auto guard = std::make_shared<tavro::LoginGuard>();
     automation::rpc::Server server(
-        [dir](const automation::rpc::ConnectionInfo&) { return tavro::NewLoginObject(dir); });
+        [dir, guard](const automation::rpc::ConnectionInfo& info) {
+            return tavro::NewLoginObject(dir, info.peer, guard);
+        },
+        serverOptions);
     server.Listen("tcp:" + options.bind + ":" + std::to_string(options.port));
     gServer = &server;
     struct sigaction action {};

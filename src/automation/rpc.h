@@ -131,10 +131,49 @@ struct ServerOptions {
     // When set, held around every call into the host, so that a host with threads of its
     // own can serialise them with the calls of its clients.
     std::mutex* hostMutex = nullptr;
+    // Bytes a connection may send in one request, and have waiting unread, until the host
+    // calls Authenticate for it; it may also hold only a few objects. 0: every connection is
+    // trusted from its start (a Unix socket that only its owner reaches).
+    std::size_t loginLimit = 0;
+    // Connections served at once; the next one hears that the server is busy.
+    std::size_t maxConnections = 256;
+    // Threads that run deferred work (each may hold a password hash's memory).
+    unsigned workers = 2;
 };
 
+// --- Calls that take long, and logins ---
+//
+// The serving thread serves every connection, so a call that takes long (a password hash)
+// would hold up all of them. Such a call returns `Defer(work)`: the server runs `work` on one
+// of its worker threads, without the host mutex, and goes on serving the other connections;
+// what `work` returns or raises becomes the call's reply. The connection's later requests
+// wait for that reply, so that its replies keep the order of its requests. `work` must not
+// touch what the host's other calls touch unless it locks it itself.
+//
+// Outside a call that a Server runs (a host object called in its own process), `work` runs
+// at once and Defer returns its result.
+Variant Defer(std::function<Variant()> work);
+
+// Raised by deferred work: the error reaches the client only after `hold`, while the server
+// goes on with the other connections (to slow down someone guessing passwords). In a call
+// that is not deferred it is an ordinary error.
+class HeldError : public AutomationError {
+  public:
+    HeldError(const std::string& description, std::chrono::milliseconds holdFor)
+        : AutomationError(description), hold(holdFor) {}
+    std::chrono::milliseconds hold;
+};
+
+// Marks the connection of the call being served, or of the deferred work running, as logged
+// in: its limits become maxFrameSize instead of loginLimit. Does nothing elsewhere.
+void Authenticate();
+
 // Serves automation objects to any number of connections. All calls into the host run on
-// the thread of `Run`, one at a time, in the order they arrive.
+// the thread of `Run`, one at a time; each connection's in the order they arrive, and the
+// connections by turns, a few requests each, so that one with many queued requests does not
+// hold up the others. When a client has gone, its queued requests that wait for a reply are
+// dropped; those sent without waiting still run, as the client made them. A connection that
+// has not logged in is dropped with everything it sent.
 class Server {
   public:
     explicit Server(RootFactory factory, ServerOptions options = {});

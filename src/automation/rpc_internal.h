@@ -49,10 +49,11 @@ struct Listener {
 
     // Raises AutomationError when the address cannot be listened on. For a Unix socket,
     // creates a missing parent directory (0700), refuses a socket another server answers on,
-    // and removes a stale one.
+    // removes a stale one, and makes the socket reachable by its owner only (0600).
     void Open(const std::string& text);
-    // An accepted, non-blocking connection, or -1 when none is waiting.
-    int Accept(std::string& peer);
+    // An accepted, non-blocking connection, or -1 when none is waiting or accepting failed
+    // (`error` then holds errno, 0 when nothing was waiting).
+    int Accept(std::string& peer, int& error);
 
     int fd = -1;
     std::string address;  // as given, with the actual port for "tcp:HOST:0"

@@ -76,7 +76,9 @@ static int OpenUnix(const Address& a, const std::string& text) {
     sockaddr_un sa{};
     sa.sun_family = AF_UNIX;
     std::memcpy(sa.sun_path, a.path.c_str(), a.path.size() + 1);
-    if (bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0 || listen(fd, 128) != 0) {
+    // Connecting takes write permission on the socket file: only its owner gets it.
+    if (bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0 ||
+        chmod(a.path.c_str(), 0600) != 0 || listen(fd, 128) != 0) {
         std::string why = ErrnoText();
         close(fd);
         throw AutomationError("cannot listen on " + text + ": " + why);
@@ -136,7 +138,8 @@ void Listener::Open(const std::string& text) {
     }
 }
 
-int Listener::Accept(std::string& peer) {
+int Listener::Accept(std::string& peer, int& error) {
+    error = 0;
     for (;;) {
         sockaddr_storage sa{};
         socklen_t len = sizeof sa;
@@ -144,7 +147,11 @@ int Listener::Accept(std::string& peer) {
             accept4(fd, reinterpret_cast<sockaddr*>(&sa), &len, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (conn < 0 && errno == EINTR) continue;
         // ECONNABORTED and the like concern one connection that is already gone.
-        if (conn < 0) return -1;
+        if (conn < 0 && errno == ECONNABORTED) continue;
+        if (conn < 0) {
+            if (errno != EAGAIN && errno != EWOULDBLOCK) error = errno;
+            return -1;
+        }
         peer = PeerName(sa);
         if (!isUnix_) SetNoDelay(conn);
         return conn;

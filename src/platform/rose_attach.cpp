@@ -7,6 +7,8 @@
 namespace platform {
 
 automation::ObjectRef AttachToRose() {
+    std::string unsafe = CheckSocketDirectory(RoseSocketPath(), /*create=*/false);
+    if (!unsafe.empty()) throw automation::AutomationError(unsafe);
     // A socket that no host serves refuses the connection at once, so "not running" is quick.
     automation::rpc::ClientOptions options;
     options.peer = kRosePeerName;

@@ -1,8 +1,12 @@
 #include "platform/rose_socket.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace platform {
 namespace {
@@ -24,5 +28,31 @@ std::string RoseSocketPath() {
 }
 
 std::string RoseSocketAddress() { return "unix:" + RoseSocketPath(); }
+
+std::string CheckSocketDirectory(const std::string& socketPath, bool create) {
+    std::size_t slash = socketPath.rfind('/');
+    if (slash == std::string::npos) return CheckSocketDirectory("./" + socketPath, create);
+    std::string dir = slash == 0 ? "/" : socketPath.substr(0, slash);
+    if (create && mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
+        return "cannot create the socket directory " + dir + ": " + std::strerror(errno);
+    }
+    struct stat st {};
+    if (lstat(dir.c_str(), &st) != 0) {
+        if (errno == ENOENT && !create) return "";
+        return "cannot check the socket directory " + dir + ": " + std::strerror(errno);
+    }
+    const std::string remedy =
+        ", or another local user could take over the socket: remove it (or `chmod 700` it if "
+        "it is yours), or set CORVANSIL_ROSE_SOCKET to a path in a directory of your own";
+    if (!S_ISDIR(st.st_mode)) {
+        return "the socket directory " + dir + " is not a directory but a link or a file" + remedy;
+    }
+    if (st.st_uid == ::getuid() && (st.st_mode & 077) == 0) return "";
+    char mode[8];
+    std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+    return "the socket directory " + dir + " has owner uid " + std::to_string(st.st_uid) +
+           " and mode " + mode + "; it must be yours (uid " + std::to_string(::getuid()) +
+           ") with mode 0700" + remedy;
+}
 
 }  // namespace platform

@@ -221,6 +221,8 @@ TEST(ServerListen, GuardsTheUnixSocket) {
     struct stat st {};
     ASSERT_EQ(stat((dir.path + "/a/b").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0700u);
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);  // connecting takes write permission
 
     first.Start();
     Server second([](const ConnectionInfo&) { return rpctest::MakeApplication(); });

@@ -146,6 +146,12 @@ int Serve(rosehost::Session& session, int reportFd) {
         return rosehost::ControlObject(session, [&self] { self->Stop(); });
     });
     self = &server;
+    std::string unsafe =
+        platform::CheckSocketDirectory(platform::RoseSocketPath(), /*create=*/true);
+    if (!unsafe.empty()) {
+        Report(reportFd, unsafe);
+        Die(unsafe);
+    }
     try {
         server.Listen(address);
     } catch (const AutomationError& e) {
@@ -214,6 +220,9 @@ int ServeDetached(rosehost::Session& session) {
 // --- Talking to the host ---
 
 automation::ObjectRef Attach() {
+    std::string unsafe =
+        platform::CheckSocketDirectory(platform::RoseSocketPath(), /*create=*/false);
+    if (!unsafe.empty()) Die(unsafe);
     try {
         return automation::rpc::Connect(platform::RoseSocketAddress());
     } catch (const AutomationError& e) {

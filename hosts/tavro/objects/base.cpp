@@ -34,20 +34,32 @@ void MemberNotFound() {
 
 void Refuse(const std::string& text) { throw automation::AutomationError(text); }
 
+// Refuses text that would make a stream hold more than kMaxStreamSize bytes.
+static void RequireRoom(std::size_t held, std::size_t added) {
+    if (added <= kMaxStreamSize && held <= kMaxStreamSize - added) return;
+    Refuse("the stream would exceed its limit of " + std::to_string(kMaxStreamSize) + " bytes");
+}
+
 Variant StreamObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
     if (SameName(name, m::kData)) {
         if (kind == CallKind::Put) {
-            data = Arg(args, 0).ToString();
+            std::string text = Arg(args, 0).ToString();
+            RequireRoom(0, text.size());
+            data = std::move(text);
             return {};
         }
         return data;
     }
     if (SameName(name, m::kWrite)) {
-        data += Arg(args, 0).ToString();
+        std::string text = Arg(args, 0).ToString();
+        RequireRoom(data.size(), text.size());
+        data += text;
         return {};
     }
     if (SameName(name, m::kWriteLine)) {
-        data += Arg(args, 0).ToString() + "\r\n";
+        std::string text = Arg(args, 0).ToString() + "\r\n";
+        RequireRoom(data.size(), text.size());
+        data += text;
         return {};
     }
     if (SameName(name, m::kClear)) {

@@ -49,7 +49,11 @@ void DropClassLock(const SessionRef& session, const std::string& className);
 // about to save), or stops keeping it (the class is saved). The lock must be held.
 void KeepClassLock(const SessionRef& session, const std::string& className, bool keep);
 
-// A character stream: text written in pieces and read back whole.
+// Bytes a character stream holds at most: far beyond any class definition's XML, and a bound
+// on what one client can make the server keep.
+inline constexpr std::size_t kMaxStreamSize = 16u * 1024u * 1024u;
+
+// A character stream: text written in pieces and read back whole, up to kMaxStreamSize.
 class StreamObject : public NamedObject {
   public:
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override;

@@ -1,3 +1,4 @@
+#include "automation/rpc.h"
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/objects/objects_internal.h"
@@ -112,17 +113,34 @@ class SessionObject : public NamedObject {
 
 class LoginObject : public NamedObject {
   public:
-    explicit LoginObject(std::string dataDir) : dataDir_(std::move(dataDir)) {}
+    LoginObject(std::string dataDir, std::string address, std::shared_ptr<LoginGuard> guard)
+        : dataDir_(std::move(dataDir)), address_(std::move(address)), guard_(std::move(guard)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
         if (!SameName(name, m::kLogin)) MemberNotFound();
-        SessionRef session = OpenSession(dataDir_, Arg(args, 0).ToString(), Arg(args, 1).ToString(),
-                                         Arg(args, 2).ToString());
-        return NewSessionObject(std::move(session));
+        std::string ns = Arg(args, 0).ToString();
+        std::string user = Arg(args, 1).ToString();
+        std::string password = Arg(args, 2).ToString();
+        // The hash takes tens of milliseconds: the server goes on with other clients meanwhile.
+        return automation::rpc::Defer([dataDir = dataDir_, address = address_, guard = guard_,
+                                       ns = std::move(ns), user = std::move(user),
+                                       password = std::move(password)]() -> Variant {
+            SessionRef session;
+            try {
+                session = OpenSession(dataDir, ns, user, password);
+            } catch (const automation::AutomationError& e) {
+                throw automation::rpc::HeldError(e.Description(), guard->Failed(user, address));
+            }
+            guard->Succeeded(user);
+            automation::rpc::Authenticate();
+            return NewSessionObject(std::move(session));
+        });
     }
 
   private:
     std::string dataDir_;
+    std::string address_;
+    std::shared_ptr<LoginGuard> guard_;
 };
 
 }  // namespace
@@ -131,13 +149,16 @@ SessionRef OpenSession(const std::string& dataDir, const std::string& ns, const 
                        const std::string& password) {
     auto session = std::make_shared<Session>();
     try {
-        session->store = OpenStore(dataDir);
+        session->store.db = OpenStore(dataDir);
+        Store& store = *session->store.db;
         // The same answer for an unknown user and a wrong password tells a guesser nothing.
-        if (!CheckPassword(*session->store, user, password))
+        if (!CheckPassword(store, user, password))
             Refuse("access denied: wrong user name or password");
-        if (SameName(ns, kSystemNamespace) || !NamespaceExists(*session->store, ns)) {
+        if (SameName(ns, kSystemNamespace) || !NamespaceExists(store, ns)) {
             Refuse("access denied: no namespace " + ns);
         }
+        session->store.user = user;
+        session->store.account = AccountKey(store, user);
     } catch (const StoreError& error) {
         Refuse(std::string("access denied: ") + error.what());
     }
@@ -150,8 +171,12 @@ automation::ObjectRef NewSessionObject(SessionRef session) {
     return std::make_shared<SessionObject>(std::move(session));
 }
 
-automation::ObjectRef NewLoginObject(const std::string& dataDir) {
-    return std::make_shared<LoginObject>(dataDir);
+automation::ObjectRef NewLoginObject(const std::string& dataDir, const std::string& peer,
+                                     std::shared_ptr<LoginGuard> guard) {
+    if (!guard) guard = std::make_shared<LoginGuard>();
+    // "HOST:PORT": failures count per host, whatever port the client came from.
+    std::string address = peer.substr(0, peer.rfind(':'));
+    return std::make_shared<LoginObject>(dataDir, address, std::move(guard));
 }
 
 }  // namespace tavro

@@ -70,7 +70,12 @@ void AddUser(Store& store, const std::string& name, const std::string& password,
              HashCost cost = HashCost::Interactive);
 void RemoveUser(Store& store, const std::string& name);
 void SetDevelopment(Store& store, const std::string& name, bool development);
+// For an unknown user the password is still checked, against another account's hash, so that
+// the answer takes as long as for a wrong password of a known user.
 bool CheckPassword(Store& store, const std::string& name, const std::string& password);
+// What tells one account from a later one of the same name (its password hash, whose random
+// salt no other account shares); "" when the user does not exist.
+std::string AccountKey(Store& store, const std::string& name);
 bool HasDevelopment(Store& store, const std::string& name);
 
 // Class definitions, found by name without regard to letter case. Names beginning with '%'
