@@ -7,7 +7,7 @@ packages=(
     qt6-base-dev libgl-dev
     libpugixml-dev libsqlite3-dev libsodium-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    xvfb xauth fonts-dejavu-core
+    xvfb xauth fonts-dejavu-core fonts-liberation
 )
 
 missing=()

@@ -1,5 +1,6 @@
 // The `corvansil` executable: the command line as one text, a QApplication for every run that
-// shows a window (the silent installation needs no display), then the entry routine.
+// shows a window (the silent installation needs no display, unless it fails and a person can
+// see its message box), then the entry routine.
 #include <QApplication>
 #include <QWidget>
 #include <cstdio>
@@ -7,6 +8,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "platform/qt/qt_ui.h"
 #include "run/program.h"
 #include "run/run.h"
 
@@ -43,6 +45,27 @@ void FatalToExit(QtMsgType type, const QMessageLogContext&, const QString& messa
     if (type == QtFatalMsg) NoDisplay();
 }
 
+// Once a failed silent installation has written its error, a display that cannot be opened
+// only loses the message box; the run still ends as failed.
+void FatalAfterInstallError(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    std::fprintf(stderr, "corvansil: %s\n", message.toLocal8Bit().constData());
+    if (type != QtFatalMsg) return;
+    std::fflush(nullptr);
+    std::_Exit(1);
+}
+
+// A silent installation starts no QApplication; only its failure, with a person at a display,
+// needs one for the message box.
+[[noreturn]] void EndSilentInstall(int& argc, char** argv, const std::exception& error) {
+    if (!run::HasInteractiveDisplay()) run::EndSilentInstallWithError(error, /*showBox=*/false);
+    qInstallMessageHandler(FatalAfterInstallError);
+    // The process ends from the box without returning here, so the application is never torn
+    // down.
+    static QApplication app(argc, argv);
+    platform::qt::InstallQtUi();
+    run::EndSilentInstallWithError(error, /*showBox=*/true);
+}
+
 bool AnyWindowVisible() {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
         if (widget->isVisible()) return true;
@@ -59,7 +82,7 @@ int main(int argc, char** argv) {
         try {
             run::Main(commandLine);
         } catch (const std::exception& error) {
-            run::EndWithUntrappedError(error);
+            EndSilentInstall(argc, argv, error);
         }
         return 0;
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
+#include <cstdlib>
 
 #include "install/install.h"
 #include "platform/files.h"
@@ -152,6 +154,25 @@ void Main(const std::string& commandLine) {
 
 void EndWithUntrappedError(const std::exception& error) {
     platform::MessageBox(error.what(), platform::Buttons::Ok, platform::Icon::Critical);
+    platform::EndProcess(1);
+}
+
+bool HasInteractiveDisplay() {
+    auto set = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value != nullptr && *value != '\0';
+    };
+    if (!set("DISPLAY") && !set("WAYLAND_DISPLAY")) return false;
+    const char* qpa = std::getenv("QT_QPA_PLATFORM");
+    if (qpa == nullptr) return true;
+    const std::string platformName = std::string(qpa).substr(0, std::string(qpa).find(':'));
+    return platformName != "offscreen" && platformName != "minimal";
+}
+
+void EndSilentInstallWithError(const std::exception& error, bool showBox) {
+    std::fprintf(stderr, "corvansil: %s\n", error.what());
+    std::fflush(stderr);
+    if (showBox) EndWithUntrappedError(error);
     platform::EndProcess(1);
 }
 

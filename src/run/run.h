@@ -66,4 +66,14 @@ void Main(const std::string& commandLine);
 // process ends with status 1.
 [[noreturn]] void EndWithUntrappedError(const std::exception& error);
 
+// Whether a person can answer a message box: a display (DISPLAY or WAYLAND_DISPLAY) and no Qt
+// platform that draws nowhere (QT_QPA_PLATFORM offscreen or minimal), where a box would wait
+// for ever.
+bool HasInteractiveDisplay();
+
+// How a failed silent installation ends: its error on standard error, for the installer or
+// script that started it, and with `showBox` also in the message box of any other untrapped
+// error; then the process ends with status 1.
+[[noreturn]] void EndSilentInstallWithError(const std::exception& error, bool showBox);
+
 }  // namespace run

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -210,9 +212,70 @@ TEST(Main, EndsAnInstallationWhoseFileCannotBeWritten) {
     EXPECT_TRUE(platform::ReadRegistryValue(install::AddInKeyPath("Rose"), "Version", version));
     EXPECT_EQ(version, "1.0.0.1.0");
 
-    // The program shows what no routine trapped, then ends.
-    EXPECT_THROW(run::EndWithUntrappedError(platform::FileError(error)), platform::ProcessEnded);
-    EXPECT_EQ(script.events, (std::vector<std::string>{"box Corvansil: " + error, "end 1"}));
+    // The program shows what no routine trapped, then ends; a silent installation also writes
+    // it to standard error, and shows the box only where a person can answer it.
+    struct Case {
+        bool showBox;
+        std::vector<std::string> events;
+    };
+    const Case cases[] = {
+        {true, {"box Corvansil: " + error, "end 1"}},
+        {false, {"end 1"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.showBox ? "display" : "no display");
+        script.events.clear();
+        testing::internal::CaptureStderr();
+        EXPECT_THROW(run::EndSilentInstallWithError(platform::FileError(error), c.showBox),
+                     platform::ProcessEnded);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "corvansil: " + error + "\n");
+        EXPECT_EQ(script.events, c.events);
+    }
+}
+
+TEST(HasInteractiveDisplay, NeedsADisplayThatAPersonSees) {
+    struct Case {
+        const char* display;
+        const char* wayland;
+        const char* qpa;
+        bool expected;
+    };
+    const Case cases[] = {
+        {":0", nullptr, nullptr, true},
+        {nullptr, "wayland-0", nullptr, true},
+        {":0", nullptr, "xcb", true},
+        {nullptr, nullptr, nullptr, false},
+        {"", "", nullptr, false},
+        {nullptr, nullptr, "xcb", false},
+        // A box on these would wait for ever.
+        {":0", nullptr, "offscreen", false},
+        {":0", "wayland-0", "minimal", false},
+        {":0", nullptr, "offscreen:fontengine=freetype", false},
+    };
+    auto saved = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value == nullptr ? std::optional<std::string>() : std::string(value);
+    };
+    auto put = [](const char* name, const char* value) {
+        if (value == nullptr) {
+            unsetenv(name);
+        } else {
+            setenv(name, value, 1);
+        }
+    };
+    const char* const names[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
+    std::vector<std::optional<std::string>> before;
+    for (const char* name : names) before.push_back(saved(name));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.display ? c.display : "-") + " " +
+                     (c.wayland ? c.wayland : "-") + " " + (c.qpa ? c.qpa : "-"));
+        put("DISPLAY", c.display);
+        put("WAYLAND_DISPLAY", c.wayland);
+        put("QT_QPA_PLATFORM", c.qpa);
+        EXPECT_EQ(run::HasInteractiveDisplay(), c.expected);
+    }
+    for (std::size_t i = 0; i < std::size(names); ++i)
+        put(names[i], before[i] ? before[i]->c_str() : nullptr);
 }
 
 }  // namespace

@@ -230,20 +230,37 @@ QLineEdit* Field(QDialog& dialog, const char* name) {
 
 TEST(ShowConnectionDialog, GivesTheConnectionStringOfTheFieldsOrNoneWhenCancelled) {
     TavroEnvironment environment("db:1972:SHOP", "dev", "pw");
+    const char* const fields[] = {"txtServer", "txtPort", "txtNamespace", "txtUser", "txtPassword"};
     std::vector<std::string> shown;
-    platform::ConnectionChoice choice = RunDialog([&shown](QDialog& dialog) {
-        for (const char* name : {"txtServer", "txtPort", "txtNamespace", "txtUser", "txtPassword"})
-            shown.push_back(Field(dialog, name)->text().toStdString());
+    auto read = [&](QDialog& dialog) {
+        shown.clear();
+        for (const char* name : fields) shown.push_back(Field(dialog, name)->text().toStdString());
+    };
+    platform::ConnectionChoice choice = RunDialog([&](QDialog& dialog) {
+        read(dialog);
         Field(dialog, "txtNamespace")->setText("SALES");
         Field(dialog, "txtUser")->setText("alice");
+        Field(dialog, "txtPort")->setText("48200");
         dialog.accept();
     });
     EXPECT_EQ(shown, (std::vector<std::string>{"db", "1972", "SHOP", "dev", "pw"}));
-    EXPECT_EQ(choice.connection, "db:1972:SALES");
+    EXPECT_EQ(choice.connection, "db:48200:SALES");
     EXPECT_EQ(choice.user, "alice");
     EXPECT_EQ(choice.password, "pw");
-    choice = RunDialog([](QDialog& dialog) { dialog.reject(); });
+    // Shown again after "Unable to connect to Tavro" and Retry: what was typed, but no
+    // password; a Cancel there changes nothing that is kept.
+    choice = RunDialog([&](QDialog& dialog) {
+        read(dialog);
+        Field(dialog, "txtUser")->setText("bob");
+        dialog.reject();
+    });
+    EXPECT_EQ(shown, (std::vector<std::string>{"db", "48200", "SALES", "alice", ""}));
     EXPECT_EQ(choice.connection, "");
+    RunDialog([&](QDialog& dialog) {
+        read(dialog);
+        dialog.reject();
+    });
+    EXPECT_EQ(shown, (std::vector<std::string>{"db", "48200", "SALES", "alice", ""}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QString>
 #include <cstdlib>
+#include <optional>
 
 namespace platform::qt {
 namespace {
@@ -33,6 +34,18 @@ QLineEdit* AddField(QDialog& dialog, QFormLayout& form, const char* label, const
 
 std::string TextOf(const QLineEdit* edit) { return edit->text().trimmed().toStdString(); }
 
+// What the user last confirmed with OK. A failed connection is offered again with Retry, and
+// the dialog then opens with what was typed rather than the defaults; the password is never
+// kept, so it is asked for again.
+struct TypedFields {
+    ConnectionParts parts;
+    std::string user;
+};
+std::optional<TypedFields>& LastTyped() {
+    static std::optional<TypedFields> typed;
+    return typed;
+}
+
 }  // namespace
 
 ConnectionParts InitialConnectionFields() {
@@ -47,7 +60,10 @@ ConnectionParts InitialConnectionFields() {
 ConnectionChoice ShowConnectionDialog(const std::string& /*options*/) {
     if (QApplication::instance() == nullptr) return ConnectionFromEnvironment();
 
-    ConnectionParts initial = InitialConnectionFields();
+    const std::optional<TypedFields>& typed = LastTyped();
+    const ConnectionParts initial = typed ? typed->parts : InitialConnectionFields();
+    const std::string initialUser = typed ? typed->user : Environment("TAVRO_USER");
+    const std::string initialPassword = typed ? std::string() : Environment("TAVRO_PASSWORD");
     QDialog dialog;
     dialog.setObjectName(QStringLiteral("dlgTavroConnection"));
     dialog.setWindowTitle(QStringLiteral("Tavro Connection"));
@@ -57,19 +73,24 @@ ConnectionChoice ShowConnectionDialog(const std::string& /*options*/) {
     port->setValidator(new QIntValidator(1, 65535, port));
     QLineEdit* nameSpace =
         AddField(dialog, *form, "&Namespace:", "txtNamespace", initial.nameSpace);
-    QLineEdit* user = AddField(dialog, *form, "&User:", "txtUser", Environment("TAVRO_USER"));
-    QLineEdit* password =
-        AddField(dialog, *form, "&Password:", "txtPassword", Environment("TAVRO_PASSWORD"));
+    QLineEdit* user = AddField(dialog, *form, "&User:", "txtUser", initialUser);
+    QLineEdit* password = AddField(dialog, *form, "&Password:", "txtPassword", initialPassword);
     password->setEchoMode(QLineEdit::Password);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
     form->addRow(buttons);
     QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    // The user name is what people change most; the server fields are usually right.
-    user->setFocus();
+    // The user name is what people change most; the server fields are usually right. Shown
+    // again, only the password is missing.
+    if (typed) {
+        password->setFocus();
+    } else {
+        user->setFocus();
+    }
 
     if (dialog.exec() != QDialog::Accepted) return {};
     ConnectionParts chosen{TextOf(server), TextOf(port), TextOf(nameSpace)};
+    LastTyped() = TypedFields{chosen, TextOf(user)};
     return ConnectionChoice{JoinConnectionString(chosen), TextOf(user),
                             password->text().toStdString()};
 }

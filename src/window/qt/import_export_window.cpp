@@ -13,7 +13,6 @@
 #include <QTreeWidget>
 #include <algorithm>
 #include <exception>
-#include <initializer_list>
 #include <vector>
 
 #include "platform/platform.h"
@@ -26,32 +25,17 @@ static const char* const kTipAvailable =
 static const char* const kTipSelected =
     "This list contains the Rose class definitions selected for export to Tavro";
 
-// The window's type face: the one it was drawn with where the machine has it, else the
-// nearest sans serif face of similar width.
+// The window's type face: the one it was drawn with where the machine has it, else a narrow
+// sans serif face whose widths let every caption fit the width it was drawn at, at the same
+// size (Liberation Sans Narrow from fonts-liberation, or its URW twin). Wider faces come last:
+// they keep the size and cut the longest captions off.
 static QFont WindowFont(bool bold) {
     QFont font;
-    font.setFamilies({"MS Sans Serif", "Microsoft Sans Serif", "Nimbus Sans", "Liberation Sans",
-                      "Arial", "DejaVu Sans"});
+    font.setFamilies({"MS Sans Serif", "Liberation Sans Narrow", "Nimbus Sans Narrow",
+                      "Liberation Sans", "DejaVu Sans"});
     font.setPointSizeF(9.75);
     font.setBold(bold);
     return font;
-}
-
-// The faces that stand in for the window's own are a little wider, so when a caption would be
-// cut off at its control's fixed width, the whole group is set one size smaller until every
-// caption fits; the group keeps one size so that it still reads as one column of options.
-static void FitCaptions(std::initializer_list<QWidget*> group) {
-    QFont font = (*group.begin())->font();
-    auto allFit = [&] {
-        for (QWidget* control : group) {
-            if (control->sizeHint().width() > control->width()) return false;
-        }
-        return true;
-    };
-    while (!allFit() && font.pointSizeF() > 7.0) {
-        font.setPointSizeF(font.pointSizeF() - 0.25);
-        for (QWidget* control : group) control->setFont(font);
-    }
 }
 
 // Names the control, sets its place in the tab order and its tooltip.
@@ -179,7 +163,6 @@ void ImportExportWindow::CreateControls() {
     SetTwips(chkAddToDiagram_, 3240, 6120, 3255, 255);
     chkOverride_ = check("Override Existing Classes", "chkOverride", 13, true);
     SetTwips(chkOverride_, 3240, 6480, 3255, 255);
-    FitCaptions({chkIncludeDatatype_, chkIncludeSystem_, chkAddToDiagram_, chkOverride_});
 
     lblLog_ = label(fraLog_, "Event Log", "lblLog", 15, kTipSelected);
     SetTwips(lblLog_, 120, 360, 1335, 255);
