@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "automation/rpc_frame.h"
 #include "automation/rpc_internal.h"
 
 using automation::Args;
@@ -106,6 +107,24 @@ std::string ReadUntilClosed(int fd) {
         if (n < 0 && errno == ECONNRESET) return got;
     }
     return got + "<still open>";
+}
+
+std::string Describe(std::string bytes) {
+    using automation::rpc::Message;
+    using automation::rpc::MessageType;
+    std::string text;
+    while (!bytes.empty()) {
+        Message m;
+        auto result = automation::rpc::DecodeFrame(bytes, m);
+        if (!result) return text + "undecodable: " + result.Description();
+        bytes.erase(0, result.size);
+        if (m.type == MessageType::Error) {
+            text += "Error " + std::to_string(m.requestId) + ": " + m.text + "\n";
+        } else {
+            text += "Reply " + std::to_string(m.requestId) + "\n";
+        }
+    }
+    return text;
 }
 
 }  // namespace rpctest

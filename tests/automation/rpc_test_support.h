@@ -28,6 +28,9 @@ struct TempDir {
     std::string path;
 };
 
+// The server's frames in `bytes` as "Error 0: text" / "Reply 1" lines.
+std::string Describe(std::string bytes);
+
 // The text of the AutomationError `fn` raises, or "" when it raises none.
 template <class Fn>
 std::string ErrorOf(Fn&& fn) {

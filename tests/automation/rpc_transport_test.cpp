@@ -25,6 +25,7 @@ using automation::rpc::EncodeFrame;
 using automation::rpc::Message;
 using automation::rpc::MessageType;
 using automation::rpc::Server;
+using rpctest::Describe;
 using rpctest::ErrorOf;
 using rpctest::TempDir;
 
@@ -60,23 +61,6 @@ Message CallOn(std::uint32_t handle) {
     m.kind = CallKind::Get;
     m.dispid = 100;
     return m;
-}
-
-// The server's frames as "Error 0: text" / "Reply 1" lines.
-std::string Describe(std::string bytes) {
-    std::string text;
-    while (!bytes.empty()) {
-        Message m;
-        auto result = automation::rpc::DecodeFrame(bytes, m);
-        if (!result) return text + "undecodable: " + result.Description();
-        bytes.erase(0, result.size);
-        if (m.type == MessageType::Error) {
-            text += "Error " + std::to_string(m.requestId) + ": " + m.text + "\n";
-        } else {
-            text += "Reply " + std::to_string(m.requestId) + "\n";
-        }
-    }
-    return text;
 }
 
 }  // namespace
