@@ -25,6 +25,7 @@ enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
 struct Options {
     Command command = Command::None;
     bool help = false;
+    bool version = false;  // `--version` alone
     bool all = false;
     std::vector<std::string> patterns;  // class names or patterns with '*' and '?'
     bool keepExisting = false;          // clears the override option
@@ -51,6 +52,9 @@ ParseResult ParseArguments(const std::vector<std::string>& args);
 std::string UsageText();
 std::string CommandHelp(Command command);
 const char* CommandWord(Command command);
+// What a usage error prints: why, then the help of the command it was given for (the
+// program's usage when no command was recognised).
+std::string UsageErrorText(const ParseResult& parsed);
 
 // True when `name` matches `pattern` as a whole: '*' any run of characters, '?' any one;
 // letter case counts, as it does in server class names.
