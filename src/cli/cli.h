@@ -99,6 +99,7 @@ struct Member {
     std::string kind;  // "property", "method" or "relationship"
     std::string type;  // server form of the property type or method return type
     std::string outcome;
+    std::string reason;  // why it was skipped or failed
 };
 
 // What a run did (or would do) with one class.
@@ -107,6 +108,9 @@ struct ClassOutcome {
     std::string outcome;
     std::string detail;
     std::vector<Member> members;
+    // Why the export could not store the class's XML, so that the parts only the XML holds
+    // (storage, queries, indices, code) were not kept; "" when they were or there were none.
+    std::string hiddenPartsLost;
 };
 
 // A class the export deleted on the server and did not save again, and the command that
@@ -123,11 +127,16 @@ struct RunEnd {
     std::vector<MissingClass> missing;
 };
 
+// Names on `err` every class whose XML the export could not store, with why; true when there
+// was one: the run then did not keep all it was asked to.
+bool ReportClassXmlFailures(std::ostream& err);
+
 // The JSON document of `--report`.
 std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
                        const std::string& status, const RunEnd& end);
-// The outcomes of the class rows of the run, each written class with its members as the
-// written side now holds them when `readMembers`; a row that never got an outcome is "not run".
+// The outcomes of the class rows of the run; a row that never got an outcome is "not run".
+// Each class an export wrote has its members with what the export did with each; each class an
+// import wrote, when `readMembers`, the server's members with whether the model now holds them.
 std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form,
                                           bool readMembers);
 // False, with the reason, when no file can be created where `path` names one: checked before a

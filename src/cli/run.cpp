@@ -307,6 +307,7 @@ int Conclude(const Options& options, ConsoleWindow& form, const Run& run, int st
     RunEnd end;
     end.error = run.error;
     end.missing = ReportDeletedClasses(err);
+    if (ReportClassXmlFailures(err) && status == kExitOk) status = kExitFailed;
     end.exitStatus = end.missing.empty() ? status : kExitFailed;
     if (options.reportFile.empty()) return end.exitStatus;
 
@@ -330,6 +331,7 @@ int RunCommand(const Options& options, std::ostream& out, std::ostream& err, boo
     if (int status = CheckBeforeRun(options, err)) return status;
 
     Run run;
+    server::ForgetClassXmlFailures();
     ConsoleUi ui(err, run);
     StopSignals signals;
     exporting::StopRequested = [] { return StopSignal() != 0; };

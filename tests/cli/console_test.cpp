@@ -98,10 +98,11 @@ TEST(ReportJson, WritesEveryClassAndMember) {
         {"Shop.Customer",
          "Existing Class Replaced",
          "1 Invalid Property Skipped.",
-         {{"name", "property", "%Library.String", "exported"},
-          {"orders", "relationship", "", "exported"},
-          {"bad", "property", "", "skipped"}}},
-        {"Shop.\"Q\"", "Failed", "a\\b\tc", {}},
+         {{"name", "property", "%Library.String", "exported", ""},
+          {"orders", "relationship", "", "skipped", "the multiplicity \"0\" holds no value"},
+          {"bad", "property", "", "failed", "Type mismatch"}},
+         "ERROR #5002: bad XML"},
+        {"Shop.\"Q\"", "Failed", "a\\b\tc", {}, ""},
     };
     cli::RunEnd end;
     end.exitStatus = 1;
@@ -112,11 +113,13 @@ TEST(ReportJson, WritesEveryClassAndMember) {
               "  \"command\": \"export\",\n"
               "  \"classes\": [\n"
               "    {\"name\": \"Shop.Customer\", \"outcome\": \"Existing Class Replaced\", "
-              "\"detail\": \"1 Invalid Property Skipped.\", \"members\": [\n"
+              "\"detail\": \"1 Invalid Property Skipped.\", \"hidden_parts_not_kept\": "
+              "\"ERROR #5002: bad XML\", \"members\": [\n"
               "      {\"name\": \"name\", \"kind\": \"property\", \"outcome\": \"exported\"},\n"
               "      {\"name\": \"orders\", \"kind\": \"relationship\", \"outcome\": "
-              "\"exported\"},\n"
-              "      {\"name\": \"bad\", \"kind\": \"property\", \"outcome\": \"skipped\"}\n"
+              "\"skipped\", \"reason\": \"the multiplicity \\\"0\\\" holds no value\"},\n"
+              "      {\"name\": \"bad\", \"kind\": \"property\", \"outcome\": \"failed\", "
+              "\"reason\": \"Type mismatch\"}\n"
               "    ]},\n"
               "    {\"name\": \"Shop.\\\"Q\\\"\", \"outcome\": \"Failed\", \"detail\": "
               "\"a\\\\b\\u0009c\", \"members\": []}\n"
