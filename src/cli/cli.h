@@ -4,6 +4,7 @@
 // operations as the Qt window, so the drivers and loaders are the ones the add-in runs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -66,17 +67,27 @@ bool MatchesPattern(const std::string& pattern, const std::string& name);
 void SelectClasses(window::TransferWindow& form, const Options& options,
                    std::vector<std::string>& unmatched);
 
+// Why `pattern` selected nothing, for the error line. On the server's side it also names the
+// system or datatype classes the pattern matches, which the list leaves out, and the options
+// that list them (the server's list is read again for this).
+std::string UnmatchedText(const Options& options, const std::string& pattern);
+
 // A row as one line of text: a mark for its picture, the class name and the status text.
 std::string FormatRow(const window::LogRow& row);
 // True once a row shows an outcome rather than work in progress.
 bool IsFinalRow(const window::LogRow& row);
 
+// The width of the terminal on `fd`: what the terminal says, else `columnsVariable` (the
+// value of $COLUMNS, may be null) when it is a positive number, else 80.
+std::size_t TerminalColumns(int fd, const char* columnsVariable);
+
 // The transfer window of the console. Without a terminal it prints one line per outcome a
 // row reaches and one line per status text; on a terminal it also keeps a live progress line
-// of the row in hand, overwritten in place.
+// of the row in hand, overwritten in place and cut to `columns` characters less one (0: the
+// width of the terminal on standard output, TerminalColumns).
 class ConsoleWindow : public window::PlainWindow {
   public:
-    ConsoleWindow(std::ostream& out, bool live);
+    ConsoleWindow(std::ostream& out, bool live, std::size_t columns = 0);
     void RowChanged(std::int16_t logId) override;
     void StatusChanged() override;
     void ClearLog() override;
@@ -89,6 +100,7 @@ class ConsoleWindow : public window::PlainWindow {
     void ClearLiveLine();
     std::ostream& out_;
     bool live_;
+    std::size_t columns_;
     bool lineOpen_ = false;
     std::vector<std::string> printed_;  // the last line printed per row
 };

@@ -333,6 +333,25 @@ TEST(RunCommand, ExitStatusTwoNamesWhatIsWrong) {
          true,
          true,
          "corvansil-cli: no class of the model matches 'Web.*'\n"},
+        // Listed only with the options that list system and datatype classes.
+        {{"import", "--include-datatype", "%Library.String"},
+         true,
+         true,
+         "corvansil-cli: no listed class of the server matches '%Library.String': "
+         "%Library.String is a system class and a datatype class; add --include-system to list "
+         "it\n"},
+        {{"import", "%Library.Persistent", "Web.*"},
+         true,
+         true,
+         "corvansil-cli: no listed class of the server matches '%Library.Persistent': "
+         "%Library.Persistent is a system class; add --include-system to list it\n"
+         "corvansil-cli: no class of the server matches 'Web.*'\n"},
+        {{"import", "--include-system", "%Library.*Int"},
+         true,
+         true,
+         "corvansil-cli: no listed class of the server matches '%Library.*Int': 3 classes of "
+         "the server match it, system or datatype classes; add --include-datatype to list "
+         "them\n"},
         {{"system"},
          true,
          false,
