@@ -83,8 +83,12 @@ TEST(Programs, NameTheirVersionAndTheUsageOfTheCommandGiven) {
         ExpectEnded(exit, c.status);
         EXPECT_EQ(exit.out.substr(0, c.out.size()), c.out);
         EXPECT_EQ(exit.err.substr(0, c.err.size()), c.err);
-        if (c.out.empty()) EXPECT_EQ(exit.out, "");
-        if (c.err.empty()) EXPECT_EQ(exit.err, "");
+        if (c.out.empty()) {
+            EXPECT_EQ(exit.out, "");
+        }
+        if (c.err.empty()) {
+            EXPECT_EQ(exit.err, "");
+        }
     }
 }
 
