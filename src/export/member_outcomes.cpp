@@ -39,7 +39,8 @@ void NoteMember(const std::string& className, MemberOutcome outcome) {
             if (earlier.result != MemberResult::Exported || earlier.name != outcome.name) continue;
             if (!SameCollection(earlier.kind, outcome.kind)) continue;
             earlier.result = MemberResult::Skipped;
-            earlier.reason = std::string("a later ") + outcome.kind + " of the same name replaced it";
+            earlier.reason =
+                std::string("a later ") + outcome.kind + " of the same name replaced it";
         }
     }
     members.push_back(std::move(outcome));
