@@ -137,9 +137,9 @@ std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& 
 bool ReportClassXmlFailures(std::ostream& err) {
     for (const server::ClassXmlFailure& failure : server::ClassXmlFailures()) {
         std::string name = failure.className.empty() ? "a class" : failure.className;
-        err << "corvansil-cli: " << name
-            << " was written without the parts only its class XML holds (storage, queries, "
-               "indices, code): "
+        err << "corvansil-cli: the class XML of " << name
+            << " was not stored, so the parts only it holds (storage, queries, indices, code) "
+               "were not kept: "
             << failure.error << "\n";
     }
     return !server::ClassXmlFailures().empty();

@@ -125,8 +125,8 @@ TEST(RunCommand, AFailedClassOrALostClassXmlGivesExitStatusOne) {
         std::string error = lines[0].substr(std::string("corvansil-cli: ").size());
         EXPECT_FALSE(error.empty());
         EXPECT_EQ(lines[1],
-                  "corvansil-cli: Shop.Product was written without the parts only its class XML "
-                  "holds (storage, queries, indices, code): " +
+                  "corvansil-cli: the class XML of Shop.Product was not stored, so the parts only "
+                  "it holds (storage, queries, indices, code) were not kept: " +
                       error);
         EXPECT_NE(json.find("{\"name\": \"Shop.Product\", \"outcome\": \"New Class Created\", "
                             "\"detail\": \"\", \"hidden_parts_not_kept\": "),
