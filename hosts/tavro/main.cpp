@@ -80,7 +80,7 @@ constexpr const char* kUsage = R"(usage: tavro-host COMMAND ...
 
 Commands after init and serve find the data directory in --data DIR or $TAVRO_DATA.
 A password is read from the first line of FILE ("-" for standard input) or asked for on
-the terminal. Every command takes --help.
+the terminal. Every command takes --help; tavro-host --version gives the version.
 )";
 
 bool TakeValue(int argc, char** argv, int& i, const std::string& flag, std::string& value) {
@@ -288,6 +288,10 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "--version") {
+        std::cout << "tavro-host " << CORVANSIL_VERSION << "\n";
+        return 0;
+    }
     try {
         return Run(ParseOptions(argc, argv));
     } catch (const std::exception& error) {

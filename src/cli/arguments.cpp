@@ -1,5 +1,8 @@
 // The command line: one command word, then options and class names or patterns.
+#include <algorithm>
+#include <cctype>
 #include <sstream>
+#include <string_view>
 
 #include "cli/cli.h"
 
@@ -38,11 +41,25 @@ constexpr const char* kExitHelp =
     "are named with the command that restores each, the report is written, and the status\n"
     "is 1. A second Ctrl-C ends the program at once.\n";
 
+bool EqualNoCase(const std::string& a, const char* b) {
+    std::string_view other(b);
+    return a.size() == other.size() &&
+           std::equal(a.begin(), a.end(), other.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+// Command words are taken in any letter case, as the add-in's own command line takes them.
 const CommandInfo* FindCommand(const std::string& word) {
     for (const CommandInfo& info : kCommands) {
-        if (word == info.word) return &info;
+        if (EqualNoCase(word, info.word)) return &info;
     }
     return nullptr;
+}
+
+bool IsHelpWord(const std::string& arg) {
+    return arg == "--help" || arg == "-h" || EqualNoCase(arg, "help");
 }
 
 bool TakesClasses(Command command) {
@@ -75,9 +92,11 @@ bool* FlagOption(const std::string& arg, Options& options) {
     return nullptr;
 }
 
-ParseResult Fail(const std::string& message) {
+// `command` is the command the arguments were given for, whose usage follows the message.
+ParseResult Fail(const std::string& message, Command command = Command::None) {
     ParseResult result;
     result.message = message;
+    result.options.command = command;
     return result;
 }
 
@@ -94,8 +113,20 @@ ParseResult ParseArguments(const std::vector<std::string>& args) {
     ParseResult result;
     Options& options = result.options;
     if (args.empty()) return Fail("no command given");
-    if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+    if (args[0] == "--version" && args.size() == 1) {
+        options.version = true;
+        result.ok = true;
+        return result;
+    }
+    if (IsHelpWord(args[0])) {
+        // "help" alone, or "help COMMAND" for the help of that command.
+        if (args.size() > 2) return Fail("help takes one command word at most");
         options.help = true;
+        if (args.size() == 2) {
+            const CommandInfo* info = FindCommand(args[1]);
+            if (!info) return Fail("unknown command '" + args[1] + "'");
+            options.command = info->command;
+        }
         result.ok = true;
         return result;
     }
@@ -110,9 +141,9 @@ ParseResult ParseArguments(const std::vector<std::string>& args) {
             continue;
         }
         if (std::string* value = ValueOption(arg, options)) {
-            if (i + 1 >= args.size()) return Fail(arg + " needs a value");
+            if (i + 1 >= args.size()) return Fail(arg + " needs a value", options.command);
             *value = args[++i];
-            if (value->empty()) return Fail(arg + " needs a value");
+            if (value->empty()) return Fail(arg + " needs a value", options.command);
             continue;
         }
         if (bool* flag = FlagOption(arg, options)) {
@@ -120,10 +151,10 @@ ParseResult ParseArguments(const std::vector<std::string>& args) {
             continue;
         }
         if (arg.size() > 1 && arg[0] == '-') {
-            return Fail("unknown option '" + arg + "' for " + info->word);
+            return Fail("unknown option '" + arg + "' for " + info->word, options.command);
         }
         if (!TakesClasses(options.command)) {
-            return Fail(std::string(info->word) + " takes no class names");
+            return Fail(std::string(info->word) + " takes no class names", options.command);
         }
         options.patterns.push_back(arg);
     }
@@ -132,10 +163,11 @@ ParseResult ParseArguments(const std::vector<std::string>& args) {
         return result;
     }
     if (TakesClasses(options.command) && !options.all && options.patterns.empty()) {
-        return Fail(std::string(info->word) + " needs class names, patterns or --all");
+        return Fail(std::string(info->word) + " needs class names, patterns or --all",
+                    options.command);
     }
     if (options.all && !options.patterns.empty()) {
-        return Fail("--all and class names exclude each other");
+        return Fail("--all and class names exclude each other", options.command);
     }
     result.ok = true;
     return result;
@@ -150,7 +182,9 @@ std::string UsageText() {
         text << "  " << info.word << std::string(11 - std::string(info.word).size(), ' ')
              << info.summary << "\n";
     }
-    text << "\n'corvansil-cli COMMAND --help' tells more.\n\n" << kExitHelp;
+    text << "\nCommand words may be written in any letter case. 'corvansil-cli help COMMAND'\n"
+            "tells more; 'corvansil-cli --version' gives the version.\n\n"
+         << kExitHelp;
     return text.str();
 }
 
@@ -206,6 +240,10 @@ std::string CommandHelp(Command command) {
          << kConnectionHelp << "\n"
          << kExitHelp;
     return text.str();
+}
+
+std::string UsageErrorText(const ParseResult& parsed) {
+    return "corvansil-cli: " + parsed.message + "\n\n" + CommandHelp(parsed.options.command);
 }
 
 }  // namespace cli

@@ -4,6 +4,7 @@
 // operations as the Qt window, so the drivers and loaders are the ones the add-in runs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -25,6 +26,7 @@ enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
 struct Options {
     Command command = Command::None;
     bool help = false;
+    bool version = false;  // `--version` alone
     bool all = false;
     std::vector<std::string> patterns;  // class names or patterns with '*' and '?'
     bool keepExisting = false;          // clears the override option
@@ -51,6 +53,9 @@ ParseResult ParseArguments(const std::vector<std::string>& args);
 std::string UsageText();
 std::string CommandHelp(Command command);
 const char* CommandWord(Command command);
+// What a usage error prints: why, then the help of the command it was given for (the
+// program's usage when no command was recognised).
+std::string UsageErrorText(const ParseResult& parsed);
 
 // True when `name` matches `pattern` as a whole: '*' any run of characters, '?' any one;
 // letter case counts, as it does in server class names.
@@ -62,17 +67,27 @@ bool MatchesPattern(const std::string& pattern, const std::string& name);
 void SelectClasses(window::TransferWindow& form, const Options& options,
                    std::vector<std::string>& unmatched);
 
+// Why `pattern` selected nothing, for the error line. On the server's side it also names the
+// system or datatype classes the pattern matches, which the list leaves out, and the options
+// that list them (the server's list is read again for this).
+std::string UnmatchedText(const Options& options, const std::string& pattern);
+
 // A row as one line of text: a mark for its picture, the class name and the status text.
 std::string FormatRow(const window::LogRow& row);
 // True once a row shows an outcome rather than work in progress.
 bool IsFinalRow(const window::LogRow& row);
 
+// The width of the terminal on `fd`: what the terminal says, else `columnsVariable` (the
+// value of $COLUMNS, may be null) when it is a positive number, else 80.
+std::size_t TerminalColumns(int fd, const char* columnsVariable);
+
 // The transfer window of the console. Without a terminal it prints one line per outcome a
 // row reaches and one line per status text; on a terminal it also keeps a live progress line
-// of the row in hand, overwritten in place.
+// of the row in hand, overwritten in place and cut to `columns` characters less one (0: the
+// width of the terminal on standard output, TerminalColumns).
 class ConsoleWindow : public window::PlainWindow {
   public:
-    ConsoleWindow(std::ostream& out, bool live);
+    ConsoleWindow(std::ostream& out, bool live, std::size_t columns = 0);
     void RowChanged(std::int16_t logId) override;
     void StatusChanged() override;
     void ClearLog() override;
@@ -85,6 +100,7 @@ class ConsoleWindow : public window::PlainWindow {
     void ClearLiveLine();
     std::ostream& out_;
     bool live_;
+    std::size_t columns_;
     bool lineOpen_ = false;
     std::vector<std::string> printed_;  // the last line printed per row
 };
@@ -95,6 +111,7 @@ struct Member {
     std::string kind;  // "property", "method" or "relationship"
     std::string type;  // server form of the property type or method return type
     std::string outcome;
+    std::string reason;  // why it was skipped or failed
 };
 
 // What a run did (or would do) with one class.
@@ -103,6 +120,9 @@ struct ClassOutcome {
     std::string outcome;
     std::string detail;
     std::vector<Member> members;
+    // Why the export could not store the class's XML, so that the parts only the XML holds
+    // (storage, queries, indices, code) were not kept; "" when they were or there were none.
+    std::string hiddenPartsLost;
 };
 
 // A class the export deleted on the server and did not save again, and the command that
@@ -119,11 +139,16 @@ struct RunEnd {
     std::vector<MissingClass> missing;
 };
 
+// Names on `err` every class whose XML the export could not store, with why; true when there
+// was one: the run then did not keep all it was asked to.
+bool ReportClassXmlFailures(std::ostream& err);
+
 // The JSON document of `--report`.
 std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
                        const std::string& status, const RunEnd& end);
-// The outcomes of the class rows of the run, each written class with its members as the
-// written side now holds them when `readMembers`; a row that never got an outcome is "not run".
+// The outcomes of the class rows of the run; a row that never got an outcome is "not run".
+// Each class an export wrote has its members with what the export did with each; each class an
+// import wrote, when `readMembers`, the server's members with whether the model now holds them.
 std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& form,
                                           bool readMembers);
 // False, with the reason, when no file can be created where `path` names one: checked before a

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "cli/cli.h"
+#include "install/install.h"
 #include "platform/rose_attach.h"
 #include "platform/tavro_factory.h"
 
@@ -37,8 +38,12 @@ int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
     cli::ParseResult parsed = cli::ParseArguments(args);
     if (!parsed.ok) {
-        std::cerr << "corvansil-cli: " << parsed.message << "\n\n" << cli::UsageText();
+        std::cerr << cli::UsageErrorText(parsed);
         return cli::kExitUnreachable;
+    }
+    if (parsed.options.version) {
+        std::cout << "corvansil-cli " << install::ProgramVersion << "\n";
+        return cli::kExitOk;
     }
     if (parsed.options.help) {
         std::cout << cli::CommandHelp(parsed.options.command);

@@ -40,7 +40,7 @@ void AddRoles(const automation::ObjectRef& roseClass, std::vector<Member>& membe
         for (const automation::ObjectRef& role : roles) {
             std::string name = rose::Name(role);
             if (name.empty()) continue;
-            members.push_back({name, "relationship", "", ""});
+            members.push_back({name, "relationship", "", "", ""});
         }
     }
 }
@@ -54,7 +54,7 @@ std::vector<Member> ModelMembers(const automation::ObjectRef& roseClass) {
     for (std::int16_t i = 1; i <= count; ++i) {
         automation::ObjectRef attribute = rose::AttributeAt(attributes, i);
         members.push_back({rose::Name(attribute), "property",
-                           exporting::ServerTypeOfRoseType(rose::TypeName(attribute)), ""});
+                           exporting::ServerTypeOfRoseType(rose::TypeName(attribute)), "", ""});
     }
     AddRoles(roseClass, members);
     automation::ObjectRef operations = rose::Operations(roseClass);
@@ -62,7 +62,8 @@ std::vector<Member> ModelMembers(const automation::ObjectRef& roseClass) {
     for (std::int16_t i = 1; i <= count; ++i) {
         automation::ObjectRef operation = rose::OperationAt(operations, i);
         members.push_back({rose::Name(operation), "method",
-                           exporting::ServerTypeOfRoseType(rose::ReturnTypeName(operation)), ""});
+                           exporting::ServerTypeOfRoseType(rose::ReturnTypeName(operation)), "",
+                           ""});
     }
     return members;
 }
@@ -76,13 +77,13 @@ std::vector<Member> ServerMembers(const automation::ObjectRef& classDef) {
             automation::CallByName(properties, d::kGetAt, {i}).ToObject();
         bool relationship = automation::GetByName(property, d::kRelationship).ToBool();
         members.push_back({Text(property, d::kName), relationship ? "relationship" : "property",
-                           Text(property, d::kType), ""});
+                           Text(property, d::kType), "", ""});
     }
     automation::ObjectRef methods = automation::GetByName(classDef, d::kMethods).ToObject();
     count = automation::GetByName(methods, d::kCount).ToInt16();
     for (std::int16_t i = 1; i <= count; ++i) {
         automation::ObjectRef method = automation::CallByName(methods, d::kGetAt, {i}).ToObject();
-        members.push_back({Text(method, d::kName), "method", Text(method, d::kReturnType), ""});
+        members.push_back({Text(method, d::kName), "method", Text(method, d::kReturnType), "", ""});
     }
     return members;
 }

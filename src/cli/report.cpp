@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ostream>
 #include <sstream>
 
 #include "cli/cli_internal.h"
@@ -52,23 +53,34 @@ bool WroteTheClass(const std::string& outcome) {
     return outcome == "New Class Created" || outcome == "Existing Class Replaced";
 }
 
-// Members of an exported class: those the server definition now holds went through, the
-// model's others were skipped.
-std::vector<Member> ExportedMembers(const std::string& name, const std::string& key) {
+const char* OutcomeWord(exporting::MemberResult result) {
+    switch (result) {
+        case exporting::MemberResult::Exported:
+            return "exported";
+        case exporting::MemberResult::Skipped:
+            return "skipped";
+        case exporting::MemberResult::Failed:
+            return "failed";
+    }
+    return "";
+}
+
+// Members of an exported class as the export took them, each with what it did.
+std::vector<Member> ExportedMembers(const std::string& name) {
     std::vector<Member> members;
-    automation::ObjectRef definition = server::OpenClassDefinition(naming::QualifyClassName(name));
-    if (!definition) return members;
-    members = ServerMembers(definition);
-    CloseDefinition(definition);
-    for (Member& member : members) member.outcome = "exported";
-    automation::ObjectRef roseClass = rose::GetRoseClassByKey(key);
-    if (!roseClass) return members;
-    for (Member member : ModelMembers(roseClass)) {
-        if (FindMember(members, member.name)) continue;
-        member.outcome = "skipped";
-        members.push_back(member);
+    for (const exporting::MemberOutcome& outcome :
+         exporting::MemberOutcomesOf(naming::QualifyClassName(name))) {
+        members.push_back(
+            {outcome.name, outcome.kind, "", OutcomeWord(outcome.result), outcome.reason});
     }
     return members;
+}
+
+std::string ClassXmlFailureOf(const std::string& name) {
+    for (const server::ClassXmlFailure& failure : server::ClassXmlFailures()) {
+        if (failure.className == name) return failure.error;
+    }
+    return "";
 }
 
 // Members of an imported class: each server member either is now in the model class or
@@ -103,17 +115,16 @@ std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& 
             cls.outcome = "not run";
             cls.detail.clear();
         }
-        if (!readMembers || !WroteTheClass(cls.outcome)) {
+        if (command == Command::Export) cls.hiddenPartsLost = ClassXmlFailureOf(cls.name);
+        if (command == Command::Export && WroteTheClass(cls.outcome)) {
+            cls.members = ExportedMembers(cls.name);
+        }
+        if (command != Command::Import || !readMembers || !WroteTheClass(cls.outcome)) {
             classes.push_back(cls);
             continue;
         }
         try {
-            if (command == Command::Export) {
-                auto at = static_cast<std::int16_t>(i);
-                cls.members = ExportedMembers(cls.name, form.lstSelectedClassIDs().List(at));
-            } else if (command == Command::Import) {
-                cls.members = ImportedMembers(cls.name);
-            }
+            cls.members = ImportedMembers(cls.name);
         } catch (const automation::AutomationError& e) {
             cls.members.clear();
             cls.detail = "members not read: " + e.Description();
@@ -121,6 +132,17 @@ std::vector<ClassOutcome> CollectOutcomes(Command command, window::PlainWindow& 
         classes.push_back(cls);
     }
     return classes;
+}
+
+bool ReportClassXmlFailures(std::ostream& err) {
+    for (const server::ClassXmlFailure& failure : server::ClassXmlFailures()) {
+        std::string name = failure.className.empty() ? "a class" : failure.className;
+        err << "corvansil-cli: the class XML of " << name
+            << " was not stored, so the parts only it holds (storage, queries, indices, code) "
+               "were not kept: "
+            << failure.error << "\n";
+    }
+    return !server::ClassXmlFailures().empty();
 }
 
 std::string ReportJson(const std::string& command, const std::vector<ClassOutcome>& classes,
@@ -137,6 +159,10 @@ std::string ReportJson(const std::string& command, const std::vector<ClassOutcom
         Quote(out, cls.outcome);
         out << ", \"detail\": ";
         Quote(out, cls.detail);
+        if (!cls.hiddenPartsLost.empty()) {
+            out << ", \"hidden_parts_not_kept\": ";
+            Quote(out, cls.hiddenPartsLost);
+        }
         out << ", \"members\": [";
         for (std::size_t m = 0; m < cls.members.size(); ++m) {
             const Member& member = cls.members[m];
@@ -146,6 +172,10 @@ std::string ReportJson(const std::string& command, const std::vector<ClassOutcom
             Quote(out, member.kind);
             out << ", \"outcome\": ";
             Quote(out, member.outcome);
+            if (!member.reason.empty()) {
+                out << ", \"reason\": ";
+                Quote(out, member.reason);
+            }
             out << "}";
         }
         out << (cls.members.empty() ? "]}" : "\n    ]}");

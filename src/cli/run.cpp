@@ -171,11 +171,11 @@ int CheckBeforeRun(const Options& options, std::ostream& err) {
 }
 
 // Exit status 2 when a pattern named no class of the list it was matched against.
-int Select(ConsoleWindow& form, const Options& options, const char* side, std::ostream& err) {
+int Select(ConsoleWindow& form, const Options& options, std::ostream& err) {
     std::vector<std::string> unmatched;
     SelectClasses(form, options, unmatched);
     for (const std::string& pattern : unmatched) {
-        err << "corvansil-cli: no class of the " << side << " matches '" << pattern << "'\n";
+        err << "corvansil-cli: " << UnmatchedText(options, pattern) << "\n";
     }
     return unmatched.empty() ? kExitOk : kExitUnreachable;
 }
@@ -185,7 +185,7 @@ int RunExport(const Options& options, ConsoleWindow& form, Run& run, std::ostrea
     if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
     model::LoadRoseClassList(form.lstAvailableClasses(), form.lstSelectedClasses(),
                              form.lstAvailableClassIDs(), form.lstSelectedClassIDs());
-    if (int status = Select(form, options, "model", err)) return status;
+    if (int status = Select(form, options, err)) return status;
     // Without the add-in's property defaults every class would fail alike: nothing is started,
     // and a dry run would promise what the export cannot do.
     std::string missingDefaults = exporting::MissingPropertyDefaults(form.lstSelectedClassIDs());
@@ -218,7 +218,7 @@ int RunImport(const Options& options, ConsoleWindow& form, Run& run, std::ostrea
         return Unreachable(err, run, Side::Tavro);
     }
     server::LoadTavroClassList();
-    if (int status = Select(form, options, "server", err)) return status;
+    if (int status = Select(form, options, err)) return status;
 
     form.StatusMessage("Starting Import");
     if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
@@ -307,6 +307,7 @@ int Conclude(const Options& options, ConsoleWindow& form, const Run& run, int st
     RunEnd end;
     end.error = run.error;
     end.missing = ReportDeletedClasses(err);
+    if (ReportClassXmlFailures(err) && status == kExitOk) status = kExitFailed;
     end.exitStatus = end.missing.empty() ? status : kExitFailed;
     if (options.reportFile.empty()) return end.exitStatus;
 
@@ -330,6 +331,7 @@ int RunCommand(const Options& options, std::ostream& out, std::ostream& err, boo
     if (int status = CheckBeforeRun(options, err)) return status;
 
     Run run;
+    server::ForgetClassXmlFailures();
     ConsoleUi ui(err, run);
     StopSignals signals;
     exporting::StopRequested = [] { return StopSignal() != 0; };

@@ -163,6 +163,7 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
     try {
         className = naming::QualifyClassName(
             naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
+        ForgetMembersOf(className);
         bool existed = server::ClassDefinitionExists(className);
         if (existed) {
             if (!OverrideChecked()) return kClassSkipped;

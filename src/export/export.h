@@ -74,6 +74,22 @@ std::string RestoreCommand(const DeletedClass& deleted);
 inline constexpr const char* kRestoreNote =
     "give tavro-host the server's data directory with --data DATA or TAVRO_DATA";
 
+// What the export did with one member of a model class.
+enum class MemberResult : std::uint8_t { Exported, Skipped, Failed };
+inline constexpr const char* kPropertyKind = "property";
+inline constexpr const char* kRelationshipKind = "relationship";  // a named association role
+inline constexpr const char* kMethodKind = "method";
+struct MemberOutcome {
+    std::string name;
+    const char* kind;  // kPropertyKind, kRelationshipKind or kMethodKind
+    MemberResult result;
+    std::string reason;  // why it was skipped or failed; "" when exported
+};
+// The members of the class of that (qualified) server name in the order the export of the run
+// in hand took them, each with what became of it: a member written under the same name as a
+// later one of its kind shows as skipped. Empty for a class whose members were not reached.
+const std::vector<MemberOutcome>& MemberOutcomesOf(const std::string& className);
+
 // "" when the modelling tool knows the add-in's property defaults, or nothing can tell
 // (every selected class carries its own value of every Boolean class keyword). Otherwise why
 // every class would fail "Type mismatch", naming the model property file and the registry

@@ -44,6 +44,8 @@ void ExportClasses() {
     window::ClassList& keys = form.lstSelectedClassIDs();
 
     ForgetDeletedClasses();
+    server::ForgetClassXmlFailures();
+    ForgetMemberOutcomes();
     // Without the property defaults every class would fail the same way: nothing is started.
     std::string missingDefaults = MissingPropertyDefaults(keys);
     if (!missingDefaults.empty()) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "automation/automation.h"
+#include "export/export.h"
 #include "install/vocabulary.h"
 #include "server/members.h"
 
@@ -41,6 +42,12 @@ automation::ObjectRef FindDefinitionMember(const automation::ObjectRef& collecti
 // the class's ClassType have rules of their own and are left to the caller.
 void WriteKeywords(const automation::ObjectRef& element, const automation::ObjectRef& definition,
                    std::span<const install::PropertyDef> keywords);
+
+// The bookkeeping behind MemberOutcomesOf: each member routine notes its member, a class's
+// notes are dropped as its export starts, and all of them as a run starts.
+void NoteMember(const std::string& className, MemberOutcome outcome);
+void ForgetMembersOf(const std::string& className);
+void ForgetMemberOutcomes();
 
 // The bookkeeping behind ClassesDeletedNotSaved: a class is noted just before its old
 // definition is deleted and forgotten once the new one is saved.

@@ -32,12 +32,13 @@ std::string FormalSpecOf(const ObjectRef& operation) {
 
 bool ExportMethod(const std::string& className, const ObjectRef& definition,
                   const ObjectRef& operation) {
+    std::string name;
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
-        return pipeline.Run([&] {
+        pipeline.Run([&] {
             ObjectRef methods = automation::GetByName(definition, member::kMethods).ToObject();
-            std::string name = rose::Name(operation);
+            name = rose::Name(operation);
             ObjectRef method = FindDefinitionMember(methods, name);
             if (!method)
                 method = NewServerObject(member::kMethodDefinition, className + ":" + name);
@@ -50,9 +51,11 @@ bool ExportMethod(const std::string& className, const ObjectRef& definition,
             automation::PutByName(method, member::kPrivate, isPrivate);
             WriteKeywords(operation, method, install::kOperationKeywords);
             automation::CallByNameNoResult(methods, member::kInsert, {method});
-            return true;
         });
-    } catch (const std::exception&) {
+        NoteMember(className, {name, kMethodKind, MemberResult::Exported, ""});
+        return true;
+    } catch (const std::exception& error) {
+        NoteMember(className, {name, kMethodKind, MemberResult::Failed, error.what()});
         return false;
     }
 }

@@ -94,11 +94,12 @@ void WriteParameters(const ObjectRef& attribute, const ObjectRef& property) {
     }
 }
 
-// The property of the attribute, filled and inserted into the definition's properties.
-bool WriteProperty(const std::string& className, const ObjectRef& definition,
-                   const ObjectRef& attribute) {
+// The property of the attribute, filled and inserted into the definition's properties; `name`
+// gets the attribute's name as soon as it is read.
+void WriteProperty(const std::string& className, const ObjectRef& definition,
+                   const ObjectRef& attribute, std::string& name) {
     ObjectRef properties = automation::GetByName(definition, member::kProperties).ToObject();
-    std::string name = rose::Name(attribute);
+    name = rose::Name(attribute);
 
     ObjectRef property = FindDefinitionMember(properties, name);
     if (!property) property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
@@ -120,7 +121,6 @@ bool WriteProperty(const std::string& className, const ObjectRef& definition,
     WriteKeywords(attribute, property, install::kAttributeKeywords);
     WriteParameters(attribute, property);
     automation::CallByNameNoResult(properties, member::kInsert, {property});
-    return true;
 }
 
 }  // namespace
@@ -136,11 +136,15 @@ std::string ServerTypeOfRoseType(const std::string& roseType) {
 
 bool ExportProperty(const std::string& className, const ObjectRef& definition,
                     const ObjectRef& attribute) {
+    std::string name;
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
-        return pipeline.Run([&] { return WriteProperty(className, definition, attribute); });
-    } catch (const std::exception&) {
+        pipeline.Run([&] { WriteProperty(className, definition, attribute, name); });
+        NoteMember(className, {name, kPropertyKind, MemberResult::Exported, ""});
+        return true;
+    } catch (const std::exception& error) {
+        NoteMember(className, {name, kPropertyKind, MemberResult::Failed, error.what()});
         return false;
     }
 }

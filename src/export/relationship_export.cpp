@@ -67,13 +67,15 @@ bool HasOwner(const ObjectRef& association, const ObjectRef& role, const ObjectR
 bool ExportRelationship(const std::string& className, const ObjectRef& definition,
                         const ObjectRef& association, const ObjectRef& role,
                         const ObjectRef& oppositeRole) {
+    std::string name;
+    std::string multiplicity;
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
-        return pipeline.Run([&] {
+        bool written = pipeline.Run([&] {
             ObjectRef properties =
                 automation::GetByName(definition, member::kProperties).ToObject();
-            std::string name = rose::Name(role);
+            name = rose::Name(role);
             ObjectRef property = FindDefinitionMember(properties, name);
             if (!property)
                 property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
@@ -83,7 +85,8 @@ bool ExportRelationship(const std::string& className, const ObjectRef& definitio
             bool isPrivate = rose::ExportValue(rose::RoleExportControl(role)) != 0;
             automation::PutByName(property, member::kPrivate, isPrivate);
 
-            const MultiplicityRule& rule = RuleOf(rose::Multiplicity(role));
+            multiplicity = rose::Multiplicity(role);
+            const MultiplicityRule& rule = RuleOf(multiplicity);
             if (rule.invalid) return false;
             const char* collection = "";
             if (rule.manyValued) {
@@ -109,7 +112,15 @@ bool ExportRelationship(const std::string& className, const ObjectRef& definitio
             automation::CallByNameNoResult(properties, member::kInsert, {property});
             return true;
         });
-    } catch (const std::exception&) {
+        if (!written) {
+            NoteMember(className, {name, kRelationshipKind, MemberResult::Skipped,
+                                   "the multiplicity \"" + multiplicity + "\" holds no value"});
+            return false;
+        }
+        NoteMember(className, {name, kRelationshipKind, MemberResult::Exported, ""});
+        return true;
+    } catch (const std::exception& error) {
+        NoteMember(className, {name, kRelationshipKind, MemberResult::Failed, error.what()});
         return false;
     }
 }

@@ -77,6 +77,11 @@ bool AnyWindowVisible() {
 
 int main(int argc, char** argv) {
     std::string commandLine = JoinArguments(argc, argv);
+    // Answered before any window or display: not a command word of the modelling tool's menu.
+    if (run::CommandWord(commandLine) == "--VERSION") {
+        std::printf("corvansil %s\n", run::ProgramVersion);
+        return 0;
+    }
     bool silent = run::RunKindOf(run::CommandWord(commandLine)) == run::RunKind::SilentInstall;
     if (silent) {
         try {

@@ -60,7 +60,26 @@ void WriteMemberList(const ObjectRef& list, const ObjectRef& roseClass) {
     }
 }
 
+std::vector<ClassXmlFailure>& Failures() {
+    static std::vector<ClassXmlFailure> failures;
+    return failures;
+}
+
+// The server name of the class when the failure came before it was known; a class the
+// modelling tool cannot name any more is noted without one.
+std::string NameAfterFailure(const ObjectRef& roseClass) {
+    try {
+        return naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass));
+    } catch (const std::exception&) {
+        return "";
+    }
+}
+
 }  // namespace
+
+const std::vector<ClassXmlFailure>& ClassXmlFailures() { return Failures(); }
+
+void ForgetClassXmlFailures() { Failures().clear(); }
 
 ObjectRef OpenClassDefinition(const std::string& className) {
     try {
@@ -84,19 +103,23 @@ std::string LoadClassXml(const std::string& className) {
 }
 
 void SaveClassXml(const std::string& xml, const ObjectRef& roseClass) {
+    std::string className;
     try {
         ObjectRef utility = NewUtility();
         PutByName(XmlStreamOf(utility), st::kData, xml);
         // The class may have moved in the model since it came from the server: it is stored
         // under the name its place in the model gives it now.
-        PutByName(utility, u::kNewClassName,
-                  naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
+        className = naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass));
+        PutByName(utility, u::kNewClassName, className);
         ObjectRef list = GetByName(utility, u::kMemberListStream).ToObject();
         CallByName(list, st::kClear);
         WriteMemberList(list, roseClass);
         CallByName(utility, u::kSaveFromXmlStream);
     } catch (const std::exception& error) {
-        // The export of the class goes on; the user sees why its hidden parts were not kept.
+        // The export of the class goes on and its row tells nothing of this: the user sees why
+        // its hidden parts were not kept, and the run keeps which class lost them.
+        if (className.empty()) className = NameAfterFailure(roseClass);
+        Failures().push_back(ClassXmlFailure{className, error.what()});
         platform::MessageBox(error.what(), platform::Buttons::Ok);
     }
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "automation/automation.h"
 
@@ -73,5 +74,16 @@ std::string LoadClassXml(const std::string& className);
 // Stores `xml` under the server name of the model class, with the member list of the class's
 // exported members; an error is shown in a message box and the caller goes on.
 void SaveClassXml(const std::string& xml, const automation::ObjectRef& roseClass);
+
+// A class whose XML SaveClassXml could not store: it was written without the parts that only
+// its XML holds (storage, queries, indices, code).
+struct ClassXmlFailure {
+    std::string className;  // the server name of the model class, "" when it could not be read
+    std::string error;      // the error's description, as the message box showed it
+};
+// The failures since ForgetClassXmlFailures (the export driver calls it as each run starts),
+// in the order they happened.
+const std::vector<ClassXmlFailure>& ClassXmlFailures();
+void ForgetClassXmlFailures();
 
 }  // namespace server

@@ -30,6 +30,10 @@ TEST(ParseArguments, AcceptsEachCommandWithItsOptions) {
         // Help needs nothing else.
         {{"import", "-h"}, Command::Import, {}, false, false, false, false, false, false, true, "", ""},
         {{"system", "--help"}, Command::System, {}, false, false, false, false, false, false, true, "", ""},
+        {{"help", "export"}, Command::Export, {}, false, false, false, false, false, false, true, "", ""},
+        // Command words in any letter case, as the add-in's own command line takes them.
+        {{"EXPORT", "--all"}, Command::Export, {}, true, false, false, false, false, false, false, "", ""},
+        {{"HELP", "Datatypes"}, Command::Datatypes, {}, false, false, false, false, false, false, true, "", ""},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -50,30 +54,49 @@ TEST(ParseArguments, AcceptsEachCommandWithItsOptions) {
         EXPECT_EQ(o.server, c.server);
     }
     EXPECT_TRUE(cli::ParseArguments({"--help"}).options.help);
+    EXPECT_TRUE(cli::ParseArguments({"--version"}).options.version);
 }
 
-TEST(ParseArguments, RefusesBadUsageSayingWhy) {
+// The error, then the help of the command it was given for.
+TEST(ParseArguments, RefusesBadUsageSayingWhyThenTheCommandsUsage) {
     struct Case {
         Strings args;
         const char* message;
+        const char* usage;  // the first line after the error
     };
+    const char* kProgram = "usage: corvansil-cli COMMAND [OPTIONS] [CLASS...]";
+    const char* kExport = "usage: corvansil-cli export [OPTIONS] (--all | CLASS...)";
+    const char* kImport = "usage: corvansil-cli import [OPTIONS] (--all | CLASS...)";
     const Case cases[] = {
-        {{}, "no command given"},
-        {{"EXPORT", "--all"}, "unknown command 'EXPORT'"},
-        {{"export"}, "export needs class names, patterns or --all"},
-        {{"export", "--all", "Shop.*"}, "--all and class names exclude each other"},
-        {{"export", "--all", "--no-diagram"}, "unknown option '--no-diagram' for export"},
-        {{"export", "--all", "--include-system"}, "unknown option '--include-system' for export"},
-        {{"system", "Shop.*"}, "system takes no class names"},
-        {{"datatypes", "--dry-run"}, "unknown option '--dry-run' for datatypes"},
-        {{"import", "--all", "--report"}, "--report needs a value"},
-        {{"import", "--all", "--server", ""}, "--server needs a value"},
+        {{}, "no command given", kProgram},
+        {{"exports", "--all"}, "unknown command 'exports'", kProgram},
+        {{"help", "bogus"}, "unknown command 'bogus'", kProgram},
+        {{"help", "export", "import"}, "help takes one command word at most", kProgram},
+        {{"export", "--bogus"}, "unknown option '--bogus' for export", kExport},
+        {{"Export"}, "export needs class names, patterns or --all", kExport},
+        {{"export", "--all", "Shop.*"}, "--all and class names exclude each other", kExport},
+        {{"export", "--all", "--no-diagram"}, "unknown option '--no-diagram' for export", kExport},
+        {{"export", "--all", "--include-system"},
+         "unknown option '--include-system' for export",
+         kExport},
+        {{"export", "--version"}, "unknown option '--version' for export", kExport},
+        {{"system", "Shop.*"},
+         "system takes no class names",
+         "usage: corvansil-cli system [OPTIONS]"},
+        {{"datatypes", "--dry-run"},
+         "unknown option '--dry-run' for datatypes",
+         "usage: corvansil-cli datatypes [OPTIONS]"},
+        {{"import", "--all", "--report"}, "--report needs a value", kImport},
+        {{"import", "--all", "--server", ""}, "--server needs a value", kImport},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.message);
         cli::ParseResult result = cli::ParseArguments(c.args);
         EXPECT_FALSE(result.ok);
         EXPECT_EQ(result.message, c.message);
+        std::string text = cli::UsageErrorText(result);
+        std::string head = std::string("corvansil-cli: ") + c.message + "\n\n" + c.usage + "\n";
+        EXPECT_EQ(text.substr(0, head.size()), head);
     }
 }
 

@@ -62,7 +62,7 @@ TEST(ConsoleWindow, PrintsOneLinePerOutcomeWithoutATerminal) {
 
 TEST(ConsoleWindow, KeepsALiveLineOnATerminal) {
     std::ostringstream out;
-    cli::ConsoleWindow form(out, /*live=*/true);
+    cli::ConsoleWindow form(out, /*live=*/true, /*columns=*/80);
     DriveTwoClasses(form);
     form.Finish();
     const std::string clear = "\r\033[K";
@@ -75,6 +75,46 @@ TEST(ConsoleWindow, KeepsALiveLineOnATerminal) {
                   clear +
                   "FAILED B: Failed (Type mismatch)\n"
                   "-- Export complete\n");
+}
+
+// A live line wider than the terminal would wrap, and clearing it would leave its first part:
+// it stops one character short of the width, counted in characters, not bytes. Outcome lines
+// stay whole.
+TEST(ConsoleWindow, CutsTheLiveLineToTheTerminalsWidth) {
+    struct Case {
+        std::size_t columns;
+        const char* live;
+    };
+    const Case cases[] = {
+        {80, "[1/1] ...    Straße.Größe: Processing ..."},
+        {24, "[1/1] ...    Straße.Grö"},
+        {20, "[1/1] ...    Straße"},
+        {1, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.columns);
+        std::ostringstream out;
+        cli::ConsoleWindow form(out, /*live=*/true, c.columns);
+        form.AddLogMsg("Straße.Größe", "Processing ...", "", window::kIconInProgress, true);
+        form.UpdateLogMsg(1, "Straße.Größe", "New Class Created", "", window::kIconDone, true);
+        EXPECT_EQ(out.str(),
+                  std::string(c.live) + "\r\033[Kdone   Straße.Größe: New Class Created\n");
+    }
+}
+
+TEST(TerminalColumns, TakesTheTerminalsWidthElseColumnsElseEighty) {
+    struct Case {
+        const char* columns;  // $COLUMNS, null when unset
+        std::size_t width;
+    };
+    const Case cases[] = {
+        {nullptr, 80}, {"132", 132}, {"40", 40}, {"", 80}, {"0", 80}, {"-5", 80}, {"12x", 80},
+    };
+    // Standard input of a test is no terminal; a closed descriptor is none either.
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.columns ? c.columns : "unset");
+        EXPECT_EQ(cli::TerminalColumns(-1, c.columns), c.width);
+    }
 }
 
 TEST(ConsoleWindow, ARowThatChangesOutcomeOrAClearedLogPrintsAgain) {
@@ -98,10 +138,11 @@ TEST(ReportJson, WritesEveryClassAndMember) {
         {"Shop.Customer",
          "Existing Class Replaced",
          "1 Invalid Property Skipped.",
-         {{"name", "property", "%Library.String", "exported"},
-          {"orders", "relationship", "", "exported"},
-          {"bad", "property", "", "skipped"}}},
-        {"Shop.\"Q\"", "Failed", "a\\b\tc", {}},
+         {{"name", "property", "%Library.String", "exported", ""},
+          {"orders", "relationship", "", "skipped", "the multiplicity \"0\" holds no value"},
+          {"bad", "property", "", "failed", "Type mismatch"}},
+         "ERROR #5002: bad XML"},
+        {"Shop.\"Q\"", "Failed", "a\\b\tc", {}, ""},
     };
     cli::RunEnd end;
     end.exitStatus = 1;
@@ -112,11 +153,13 @@ TEST(ReportJson, WritesEveryClassAndMember) {
               "  \"command\": \"export\",\n"
               "  \"classes\": [\n"
               "    {\"name\": \"Shop.Customer\", \"outcome\": \"Existing Class Replaced\", "
-              "\"detail\": \"1 Invalid Property Skipped.\", \"members\": [\n"
+              "\"detail\": \"1 Invalid Property Skipped.\", \"hidden_parts_not_kept\": "
+              "\"ERROR #5002: bad XML\", \"members\": [\n"
               "      {\"name\": \"name\", \"kind\": \"property\", \"outcome\": \"exported\"},\n"
               "      {\"name\": \"orders\", \"kind\": \"relationship\", \"outcome\": "
-              "\"exported\"},\n"
-              "      {\"name\": \"bad\", \"kind\": \"property\", \"outcome\": \"skipped\"}\n"
+              "\"skipped\", \"reason\": \"the multiplicity \\\"0\\\" holds no value\"},\n"
+              "      {\"name\": \"bad\", \"kind\": \"property\", \"outcome\": \"failed\", "
+              "\"reason\": \"Type mismatch\"}\n"
               "    ]},\n"
               "    {\"name\": \"Shop.\\\"Q\\\"\", \"outcome\": \"Failed\", \"detail\": "
               "\"a\\\\b\\u0009c\", \"members\": []}\n"

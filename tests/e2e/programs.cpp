@@ -67,6 +67,7 @@ std::string Program(const std::string& name) {
         {"tavro-host", "/hosts/tavro/tavro-host"},
         {"rose-host", "/hosts/rose/host/rose-host"},
         {"corvansil-cli", "/src/cli/corvansil-cli"},
+        {"corvansil", "/src/run/corvansil"},
     };
     auto found = kWhere.find(name);
     return std::string(CORVANSIL_BINARY_DIR) + (found == kWhere.end() ? "/" + name : found->second);

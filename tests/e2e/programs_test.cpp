@@ -3,11 +3,13 @@
 #include "tests/e2e/programs.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 
 #include "hosts/tavro/store/store.h"
+#include "install/install.h"
 
 namespace {
 
@@ -39,6 +41,55 @@ void ExpectEnded(const Exit& exit, int status) {
     EXPECT_TRUE(exit.finished) << "still running after the limit";
     EXPECT_FALSE(exit.signalled) << "ended by signal " << exit.status << "\n" << exit.err;
     EXPECT_EQ(exit.status, status) << "out:\n" << exit.out << "err:\n" << exit.err;
+}
+
+// Every program names its version; corvansil-cli follows a usage error with the usage of the
+// command it was given for, and gives a command's help for `help COMMAND`.
+TEST(Programs, NameTheirVersionAndTheUsageOfTheCommandGiven) {
+    struct Case {
+        std::vector<std::string> argv;
+        int status;
+        std::string out;  // standard output begins so
+        std::string err;  // standard error begins so
+    };
+    const std::string addIn = install::ProgramVersion;
+    const Case cases[] = {
+        {{"corvansil", "--version"}, 0, "corvansil " + addIn + "\n", ""},
+        {{"corvansil-cli", "--version"}, 0, "corvansil-cli " + addIn + "\n", ""},
+        {{"tavro-host", "--version"}, 0, std::string("tavro-host ") + CORVANSIL_VERSION + "\n", ""},
+        {{"rose-host", "--version"}, 0, std::string("rose-host ") + CORVANSIL_VERSION + "\n", ""},
+        {{"corvansil-cli", "export", "--bogus"},
+         2,
+         "",
+         "corvansil-cli: unknown option '--bogus' for export\n\n"
+         "usage: corvansil-cli export [OPTIONS] (--all | CLASS...)\n"},
+        {{"corvansil-cli", "help", "export"},
+         0,
+         "usage: corvansil-cli export [OPTIONS] (--all | CLASS...)\n",
+         ""},
+        {{"corvansil-cli", "IMPORT", "--help"},
+         0,
+         "usage: corvansil-cli import [OPTIONS] (--all | CLASS...)\n",
+         ""},
+    };
+    TempDir dir("e2e-version");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.argv[0] + " " + c.argv[1]);
+        if (::access(e2e::Program(c.argv[0]).c_str(), X_OK) != 0) {
+            ADD_FAILURE() << "not built: " << c.argv[0];
+            continue;
+        }
+        Exit exit = e2e::Run(dir, c.argv);
+        ExpectEnded(exit, c.status);
+        EXPECT_EQ(exit.out.substr(0, c.out.size()), c.out);
+        EXPECT_EQ(exit.err.substr(0, c.err.size()), c.err);
+        if (c.out.empty()) {
+            EXPECT_EQ(exit.out, "");
+        }
+        if (c.err.empty()) {
+            EXPECT_EQ(exit.err, "");
+        }
+    }
 }
 
 // The library sample exported into the server; the host serving it stays up.

@@ -57,7 +57,7 @@ void PrintUsage(std::ostream& out) {
     }
     out << "\nThe socket is $CORVANSIL_ROSE_SOCKET, by default "
            "${XDG_RUNTIME_DIR:-/tmp}/corvansil-$UID/rose.sock.\n"
-           "Every command takes --help.\n";
+           "Every command takes --help; rose-host --version gives the version.\n";
 }
 
 [[noreturn]] void Die(const std::string& text) {
@@ -243,6 +243,10 @@ automation::Variant Control(const std::string& member, const automation::Args& a
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "--version") {
+        std::cout << "rose-host " << CORVANSIL_VERSION << "\n";
+        return 0;
+    }
     Options options = ParseOptions(argc, argv);
     if (options.command.empty()) {
         PrintUsage(options.help ? std::cout : std::cerr);
