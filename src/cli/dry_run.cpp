@@ -3,11 +3,14 @@
 // an import against a trial copy of the model that is thrown away. Its outcomes are read from
 // the log rows the run left, and the member changes from the written side inside the trial,
 // set against what that side held before.
+#include <functional>
 #include <map>
 #include <ostream>
 
 #include "cli/cli_internal.h"
 #include "export/export.h"
+#include "import/import.h"
+#include "model/rose.h"
 #include "naming/naming.h"
 #include "server/members.h"
 #include "server/server.h"
@@ -17,6 +20,10 @@ namespace cli {
 namespace {
 
 namespace f = server::members::factory;
+
+// The modelling tool's application, as rose-host answers it: by name only.
+constexpr std::string_view kBeginTrial = "BeginTrial";
+constexpr std::string_view kEndTrial = "EndTrial";
 
 // What the written side held of a class before the run: none when it had no such class.
 struct Before {
@@ -101,6 +108,58 @@ class ServerTrial {
     ServerTrial& operator=(const ServerTrial&) = delete;
 };
 
+// Makes the modelling tool serve a copy of its model, thrown away however the run ends.
+class ModelTrial {
+  public:
+    ModelTrial() : trial_(automation::CallByName(rose::RoseApp, kBeginTrial).ToObject()) {}
+    ~ModelTrial() {
+        try {
+            automation::CallByName(rose::RoseApp, kEndTrial);
+        } catch (const std::exception&) {
+            // Releasing the trial object ends the trial too.
+        }
+    }
+    ModelTrial(const ModelTrial&) = delete;
+    ModelTrial& operator=(const ModelTrial&) = delete;
+
+  private:
+    automation::ObjectRef trial_;
+};
+
+Before ModelClassBefore(const std::string& name) {
+    Before before;
+    automation::ObjectRef roseClass = naming::FindRoseClass(name);
+    if (!roseClass) return before;
+    before.present = true;
+    before.members = ModelMembers(roseClass);
+    return before;
+}
+
+// The outcome of each class row; a replaced class with the member lines of what `written`
+// reads (the written side, by the key of `before`) against what it held before.
+std::vector<ClassOutcome> OutcomesOfRows(
+    window::PlainWindow& form, std::map<std::string, Before>& before,
+    const std::function<std::vector<Member>(const std::string&)>& written) {
+    std::vector<ClassOutcome> classes;
+    for (const window::LogRow& row : form.Rows()) {
+        if (row.className.empty()) continue;  // the diagram steps of an import
+        ClassOutcome cls;
+        cls.name = row.className;
+        cls.outcome = OutcomeOfRow(row, cls.detail);
+        std::string key = before.count(cls.name) ? cls.name : naming::QualifyClassName(cls.name);
+        auto was = before.find(key);
+        if (cls.outcome == "replaced" && was != before.end() && was->second.present) {
+            try {
+                cls.members = CompareMembers(written(key), was->second.members, key);
+            } catch (const automation::AutomationError& e) {
+                cls.detail = "members not compared: " + e.Description();
+            }
+        }
+        classes.push_back(cls);
+    }
+    return classes;
+}
+
 }  // namespace
 
 std::vector<ClassOutcome> DryRunExport(window::PlainWindow& form) {
@@ -115,57 +174,24 @@ std::vector<ClassOutcome> DryRunExport(window::PlainWindow& form) {
     ServerTrial trial;
     form.ClearLog();
     exporting::ExportClasses();
-    std::vector<ClassOutcome> classes;
-    for (const window::LogRow& row : form.Rows()) {
-        if (row.className.empty()) continue;
-        ClassOutcome cls;
-        cls.name = row.className;
-        cls.outcome = OutcomeOfRow(row, cls.detail);
-        const std::string serverName = naming::QualifyClassName(cls.name);
-        const Before& was = before[serverName];
-        if (cls.outcome == "replaced" && was.present) {
-            try {
-                cls.members =
-                    CompareMembers(ServerClassBefore(serverName).members, was.members, serverName);
-            } catch (const automation::AutomationError& e) {
-                cls.detail = "members not compared: " + e.Description();
-            }
-        }
-        classes.push_back(cls);
-    }
-    return classes;
+    return OutcomesOfRows(form, before, [](const std::string& serverName) {
+        return ServerClassBefore(serverName).members;
+    });
 }
 
 std::vector<ClassOutcome> DryRunImport(window::PlainWindow& form) {
-    std::vector<ClassOutcome> classes;
+    std::map<std::string, Before> before;
     std::int16_t count = form.lstSelectedClasses().ListCount();
     for (std::int16_t i = 0; i < count; ++i) {
-        ClassOutcome outcome;
-        outcome.name = form.lstSelectedClasses().List(i);
-        automation::ObjectRef definition = server::OpenClassDefinition(outcome.name);
-        if (!definition) {
-            outcome.outcome = "failed";
-            outcome.detail = "the server has no such class";
-            classes.push_back(outcome);
-            continue;
-        }
-        try {
-            automation::ObjectRef roseClass = naming::FindRoseClass(outcome.name);
-            if (!roseClass) {
-                outcome.outcome = "created";
-            } else {
-                outcome.outcome =
-                    form.CheckValue(window::CheckBox::Override) == 1 ? "replaced" : "skipped";
-                outcome.members = CompareMembers(ServerMembers(definition), ModelMembers(roseClass),
-                                                 outcome.name);
-            }
-        } catch (const automation::AutomationError& e) {
-            outcome.detail = "members not compared: " + e.Description();
-        }
-        CloseDefinition(definition);
-        classes.push_back(outcome);
+        std::string name = form.lstSelectedClasses().List(i);
+        before[name] = ModelClassBefore(name);
     }
-    return classes;
+
+    ModelTrial trial;
+    form.ClearLog();
+    importing::ImportClasses();
+    return OutcomesOfRows(form, before,
+                          [](const std::string& name) { return ModelClassBefore(name).members; });
 }
 
 void PrintDryRun(std::ostream& out, const std::vector<ClassOutcome>& classes) {

@@ -224,11 +224,10 @@ int RunImport(const Options& options, ConsoleWindow& form, Run& run, std::ostrea
     if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
     form.StatusMessage("Connected to Rose");
     if (options.dryRun) {
-        server::LoadServerClassTypes(server::ServerClassTypes);
         run.dryRun = true;
         run.dryRunClasses = DryRunImport(form);
         PrintDryRun(out, run.dryRunClasses);
-        return kExitOk;
+        return form.AnyFailed() ? kExitFailed : kExitOk;
     }
     form.StatusMessage("Importing ...");
     form.ClearLog();

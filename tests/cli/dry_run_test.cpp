@@ -155,7 +155,8 @@ struct ExportCase {
 };
 
 void Edit(CliWorld& world, const std::string& cls, const char* keyword, const char* value) {
-    if (auto found = world.FindClass(cls)) rosehost::SetToolProperty(*found, "Tavro", keyword, value);
+    if (auto found = world.FindClass(cls))
+        rosehost::SetToolProperty(*found, "Tavro", keyword, value);
 }
 
 TEST(DryRun, ExportSaysWhatTheRunDoesAndChangesNothing) {
