@@ -226,4 +226,116 @@ TEST(DryRun, ExportSaysWhatTheRunDoesAndChangesNothing) {
     }
 }
 
+// The members of each model class as the import writes them: "kind name type".
+std::map<std::string, std::vector<ServerMember>> ModelClasses(const CliWorld& world) {
+    std::map<std::string, std::vector<ServerMember>> classes;
+    for (const auto& cls : rosehost::AllClasses(*world.model)) {
+        // "Logical View::Shop::Customer" is the server's "Shop.Customer".
+        std::string name = rosehost::QualifiedName(*cls);
+        if (name.rfind(rosehost::kLogicalView, 0) == 0) {
+            name = name.substr(std::string(rosehost::kLogicalView).size() + 2);
+        }
+        for (std::size_t at = name.find("::"); at != std::string::npos; at = name.find("::"))
+            name.replace(at, 2, ".");
+        std::vector<ServerMember>& members = classes[name];
+        for (const auto& attribute : cls->attributes) {
+            members.push_back({"property", attribute->name, attribute->type});
+        }
+        for (const auto& association : rosehost::AssociationsOf(*world.model, *cls)) {
+            auto other = rosehost::OtherRoleOf(*world.model, *association, *cls);
+            if (other && !other->name.empty()) members.push_back({"relationship", other->name, ""});
+        }
+        for (const auto& operation : cls->operations) {
+            members.push_back({"method", operation->name, operation->returnType});
+        }
+    }
+    return classes;
+}
+
+// A type as both sides name it: the model's "String" is the server's "%String" or
+// "%Library.String".
+std::string Plain(const std::string& type) {
+    std::string plain = Lower(type);
+    if (plain.rfind('%', 0) == 0) plain.erase(0, 1);
+    if (plain.rfind("library.", 0) == 0) plain.erase(0, 8);
+    return plain;
+}
+
+// A member line without the types of a change, which the import words in the server's form.
+std::string Untyped(const std::string& line) { return line.substr(0, line.find(" (")); }
+
+struct ImportCase {
+    const char* model;  // the model file exported to the server first
+    bool intoEmptyModel;
+    std::function<void(CliWorld&)> change;  // made to the model after the export
+    std::vector<std::string> args;
+};
+
+TEST(DryRun, ImportSaysWhatTheRunDoesAndChangesNothing) {
+    const std::vector<ImportCase> cases = {
+        {"shop", true, nullptr, {"--all"}},
+        {"shop", false, nullptr, {"--all"}},
+        {"shop", false, nullptr, {"--all", "--keep-existing"}},
+        {"shop",
+         false,
+         [](CliWorld& world) {
+             world.FindClass("OrderLine")->attributes.clear();
+             world.FindClass("Customer")->operations.pop_back();
+             rosehost::CreateAttribute(*world.model, *world.FindClass("Product"), "weight",
+                                       "Integer", "");
+         },
+         {"Shop.Order.*", "Shop.Customer", "Shop.Product"}},
+        {"library.mdl", true, nullptr, {"--all"}},
+        {"library.mdl", false, nullptr, {"--all"}},
+        {"uni.mdl", true, nullptr, {"--all"}},
+        {"uni.mdl", false, nullptr, {"--all"}},
+    };
+    for (const ImportCase& c : cases) {
+        std::string file = std::string(c.model) == "shop" ? kShop : kSamples + c.model;
+        SCOPED_TRACE(std::string(c.model) + (c.intoEmptyModel ? " into an empty model" : ""));
+        CliWorld world;
+        if (!world.ServeFile(file)) GTEST_SKIP() << file << " cannot be read";
+        world.Run({"export", "--all"});
+        if (c.intoEmptyModel) world.ServeEmptyModel();
+        if (c.change) c.change(world);
+        std::vector<std::string> args = {"import"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        std::string shown = rosehost::ShowModel(*world.model);
+        auto before = ModelClasses(world);
+
+        std::vector<std::string> dryArgs = args;
+        dryArgs.push_back("--dry-run");
+        int dryStatus = world.Run(dryArgs);
+        Outcomes predicted = DryRunOutcomes(world.out);
+        EXPECT_EQ(rosehost::ShowModel(*world.model), shown);
+
+        int status = world.Run(args);
+        Outcomes done = RunOutcomes(world.out);
+        auto after = ModelClasses(world);
+        for (auto& [name, lines] : done) {
+            auto was = before.find(name);
+            if (lines[0].rfind("replaced", 0) != 0 || was == before.end()) continue;
+            std::vector<ServerMember> now = after[name];
+            for (const ServerMember& member : now) {
+                if (!Find(was->second, member.name)) {
+                    lines.push_back("added " + member.kind + " " + member.name);
+                } else if (Plain(Find(was->second, member.name)->type) != Plain(member.type)) {
+                    lines.push_back("changed " + member.kind + " " + member.name);
+                }
+            }
+            for (const ServerMember& member : was->second) {
+                if (!Find(now, member.name)) {
+                    lines.push_back("dropped " + member.kind + " " + member.name);
+                }
+            }
+        }
+        for (auto& [name, lines] : predicted) {
+            for (std::size_t i = 1; i < lines.size(); ++i) lines[i] = Untyped(lines[i]);
+        }
+        EXPECT_EQ(dryStatus, status);
+        EXPECT_FALSE(done.empty());
+        EXPECT_EQ(predicted, done);
+    }
+}
+
 }  // namespace

@@ -71,8 +71,9 @@ std::shared_ptr<Model> CopyModel(const Model& model) {
     if (model.top) copy->top = copier.CopyCategory(*model.top, nullptr);
     copier.MapDiagrams();
     auto current = copier.diagrams.find(model.currentDiagram.lock().get());
-    copy->currentDiagram = current == copier.diagrams.end() ? std::weak_ptr<Diagram>()
-                                                             : std::weak_ptr<Diagram>(current->second);
+    copy->currentDiagram = current == copier.diagrams.end()
+                               ? std::weak_ptr<Diagram>()
+                               : std::weak_ptr<Diagram>(current->second);
     return copy;
 }
 
