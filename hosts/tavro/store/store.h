@@ -34,7 +34,7 @@ class Store {
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
     sqlite3* db() const { return db_; }
-    // A trial store validates and performs every write but keeps it (BeginTrial).
+    // A trial store checks and performs every write but keeps none of them (BeginTrial).
     bool InTrial() const { return trial_; }
 
   private:
