@@ -201,13 +201,11 @@ std::string CommandHelp(Command command) {
                     "  --all            every class of the model\n"
                     "  --keep-existing  skip classes the server already has instead of\n"
                     "                   replacing them\n"
-                    "  --dry-run        change nothing; say per class whether it would be\n"
-                    "                   created, replaced or skipped and, for a class the server\n"
-                    "                   has, which members would be added, changed or dropped.\n"
-                    "                   Members are matched by name; a property counts as\n"
-                    "                   changed when its type differs, a method when its return\n"
-                    "                   type differs (both after the export's type mapping);\n"
-                    "                   relationships are compared by name only\n";
+                    "  --dry-run        run the export against a server session that keeps\n"
+                    "                   nothing, and say per class whether it would be created,\n"
+                    "                   replaced, skipped or fail and, for a replaced class,\n"
+                    "                   which members would be added, changed or dropped; the\n"
+                    "                   exit status is the one the run would have\n";
             break;
         case Command::Import:
             text << "usage: corvansil-cli import [OPTIONS] (--all | CLASS...)\n\n"
@@ -220,12 +218,12 @@ std::string CommandHelp(Command command) {
                     "  --no-diagram        do not draw new classes on the active class diagram\n"
                     "  --include-datatype  list the server's datatype classes too\n"
                     "  --include-system    list the server's '%' system classes too\n"
-                    "  --dry-run           change nothing; say per class whether it would be\n"
-                    "                      created, replaced or skipped and, for a class the\n"
-                    "                      model has, which members would be added, changed or\n"
-                    "                      dropped (matched by name; attribute types and\n"
-                    "                      operation return types compared after the export's\n"
-                    "                      type mapping; associations by role name only)\n";
+                    "  --dry-run           run the import against a copy of the model that is\n"
+                    "                      thrown away, and say per class whether it would be\n"
+                    "                      created, replaced, skipped or fail and, for a\n"
+                    "                      replaced class, which members would be added,\n"
+                    "                      changed or dropped; the exit status is the one the\n"
+                    "                      run would have\n";
             break;
         case Command::Datatypes:
         case Command::System:

@@ -172,9 +172,10 @@ int StopSignal();
 // "SIGINT", "SIGTERM".
 std::string SignalName(int signal);
 
-// The selected classes as the run would treat them, read from both sides without writing.
-std::vector<ClassOutcome> DryRunExport(window::TransferWindow& form);
-std::vector<ClassOutcome> DryRunImport(window::TransferWindow& form);
+// The selected classes as the run treats them: the run itself, against a side that keeps
+// nothing of it. The exit status is the run's (`form` has its rows).
+std::vector<ClassOutcome> DryRunExport(window::PlainWindow& form);
+std::vector<ClassOutcome> DryRunImport(window::PlainWindow& form);
 // The dry-run result as lines of text.
 void PrintDryRun(std::ostream& out, const std::vector<ClassOutcome>& classes);
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include "cli/cli.h"
 #include "export/export.h"
@@ -200,11 +201,10 @@ int RunExport(const Options& options, ConsoleWindow& form, Run& run, std::ostrea
     if (!server::ConnectToServer(nameSpace)) return Unreachable(err, run, Side::Tavro);
     form.StatusMessage("Connected to Tavro");
     if (options.dryRun) {
-        server::LoadServerClassTypes(server::ServerClassTypes);
         run.dryRun = true;
         run.dryRunClasses = DryRunExport(form);
         PrintDryRun(out, run.dryRunClasses);
-        return kExitOk;
+        return form.AnyFailed() ? kExitFailed : kExitOk;
     }
     form.StatusMessage("Exporting ...");
     form.ClearLog();
@@ -224,11 +224,10 @@ int RunImport(const Options& options, ConsoleWindow& form, Run& run, std::ostrea
     if (!rose::ConnectToRose()) return Unreachable(err, run, Side::Rose);
     form.StatusMessage("Connected to Rose");
     if (options.dryRun) {
-        server::LoadServerClassTypes(server::ServerClassTypes);
         run.dryRun = true;
         run.dryRunClasses = DryRunImport(form);
         PrintDryRun(out, run.dryRunClasses);
-        return kExitOk;
+        return form.AnyFailed() ? kExitFailed : kExitOk;
     }
     form.StatusMessage("Importing ...");
     form.ClearLog();
@@ -306,7 +305,8 @@ int Conclude(const Options& options, ConsoleWindow& form, const Run& run, int st
              std::ostream& err) {
     RunEnd end;
     end.error = run.error;
-    end.missing = ReportDeletedClasses(err);
+    // A dry run's deletes were rolled back with everything else.
+    if (!run.dryRun) end.missing = ReportDeletedClasses(err);
     if (ReportClassXmlFailures(err) && status == kExitOk) status = kExitFailed;
     end.exitStatus = end.missing.empty() ? status : kExitFailed;
     if (options.reportFile.empty()) return end.exitStatus;
@@ -335,7 +335,9 @@ int RunCommand(const Options& options, std::ostream& out, std::ostream& err, boo
     ConsoleUi ui(err, run);
     StopSignals signals;
     exporting::StopRequested = [] { return StopSignal() != 0; };
-    ConsoleWindow form(out, live);
+    // A dry run's rows are those of a run that keeps nothing: its own lines say what they were.
+    std::ostringstream dryRunRows;
+    ConsoleWindow form(options.dryRun ? dryRunRows : out, live && !options.dryRun);
     form.SetCheckValue(window::CheckBox::Override, options.keepExisting ? 0 : 1);
     form.SetCheckValue(window::CheckBox::AddToDiagram, options.noDiagram ? 0 : 1);
     form.SetCheckValue(window::CheckBox::IncludeDatatype, options.includeDatatype ? 1 : 0);

@@ -22,8 +22,9 @@ constexpr std::string_view kOpenConnection = "OpenConnection";
 constexpr std::string_view kConnectionIsOpen = "ConnectionIsOpen";
 constexpr std::string_view kCloseConnection = "CloseConnection";
 // The operations handed on to the session as they come.
-constexpr std::string_view kForwarded[] = {"NewObject", "OpenObjectById", "LoadObjectById",
-                                           "ClassHandle", "OpenQuery"};
+constexpr std::string_view kForwarded[] = {"NewObject",   "OpenObjectById", "LoadObjectById",
+                                           "ClassHandle", "OpenQuery",      "BeginTrial",
+                                           "EndTrial"};
 // What the server's login and session objects answer.
 constexpr std::string_view kLogin = "Login";
 constexpr std::string_view kNamespace = "Namespace";

@@ -8,6 +8,8 @@
 //   ConnectionIsOpen -> Boolean             False once the server has gone
 //   CloseConnection -> Boolean
 //   NewObject, OpenObjectById, LoadObjectById, ClassHandle, OpenQuery   forwarded to the session
+//   BeginTrial, EndTrial                forwarded too: a dry run's session whose writes are
+//                                       checked and then rolled back
 //
 // The connection string keeps the namespace after its second ':', which is where the add-in
 // reads it.

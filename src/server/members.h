@@ -18,6 +18,10 @@ inline constexpr std::string_view kOpenObjectById = "OpenObjectById";
 inline constexpr std::string_view kLoadObjectById = "LoadObjectById";
 inline constexpr std::string_view kClassHandle = "ClassHandle";
 inline constexpr std::string_view kOpenQuery = "OpenQuery";
+// A trial session: every write checked and performed as in a real one, all rolled back at the
+// end (what a dry run exports against).
+inline constexpr std::string_view kBeginTrial = "BeginTrial";
+inline constexpr std::string_view kEndTrial = "EndTrial";
 // What the connection dialog is always asked with.
 inline constexpr const char* kPromptOptions = "+%up";
 }  // namespace factory

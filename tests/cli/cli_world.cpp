@@ -84,8 +84,12 @@ CliWorld::~CliWorld() {
 }
 
 bool CliWorld::ServeShop(bool withDefaults) {
+    return ServeFile(std::string(CORVANSIL_SOURCE_DIR) + "/examples/shop.mdl", withDefaults);
+}
+
+bool CliWorld::ServeFile(const std::string& path, bool withDefaults) {
     petal::Document document;
-    if (!document.Load(std::string(CORVANSIL_SOURCE_DIR) + "/examples/shop.mdl").ok) return false;
+    if (!document.Load(path).ok) return false;
     model = rosehost::LoadModel(document);
     if (withDefaults) DeclareDefaults(*model);
     rosehost::SetModel(*host, model);

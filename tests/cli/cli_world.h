@@ -26,6 +26,8 @@ class CliWorld {
     // otherwise (a modelling tool that did not load the property file); false when it cannot
     // be read.
     bool ServeShop(bool withDefaults = true);
+    // Serves the model file `path` the same way.
+    bool ServeFile(const std::string& path, bool withDefaults = true);
     // Serves a new, never saved model.
     void ServeEmptyModel();
     // No modelling tool answers any more.

@@ -297,3 +297,38 @@ TEST(TavroHost, ListsClassesLeftDeletedWithTheCommandThatRestoresThem) {
 }
 
 }  // namespace
+
+// The dry run through the real programs: the trial session over TCP and the trial model over
+// the socket keep nothing, and what they say is what the run then does.
+TEST(DryRun, ThroughTheRealProgramsKeepsNothing) {
+    SKIP_WITHOUT_PROGRAMS_OR_SAMPLE();
+    TempDir dir("e2e-dry-run");
+    TavroServer tavro(dir);
+    RoseHost rose(dir);
+    ASSERT_TRUE(tavro.Start());
+    ASSERT_TRUE(rose.Start(kLibrary));
+    auto env = CliEnvironment(tavro, rose);
+
+    Exit dry = Cli(dir, {"export", "--all", "--dry-run"}, env);
+    ExpectEnded(dry, 0);
+    EXPECT_EQ(CountOf(dry.out, "would be created: library."), std::size(kLibraryClasses))
+        << dry.out;
+    EXPECT_EQ(tavro.Command({"class", "show", "USER", "library.Book"}).status, 1);
+
+    ExpectEnded(Cli(dir, {"export", "--all"}, env), 0);
+    Exit history = tavro.Command({"class", "history", "USER", "library.Book"});
+    std::string shown = rose.Command({"show"}).out;
+    dry = Cli(dir, {"export", "--all", "--dry-run"}, env);
+    ExpectEnded(dry, 0);
+    EXPECT_EQ(CountOf(dry.out, "would be replaced: library."), std::size(kLibraryClasses))
+        << dry.out;
+    EXPECT_EQ(tavro.Command({"class", "history", "USER", "library.Book"}).out, history.out);
+
+    dry = Cli(dir, {"import", "--all", "--dry-run"}, env);
+    ExpectEnded(dry, 0);
+    EXPECT_EQ(CountOf(dry.out, "would be replaced: library."), std::size(kLibraryClasses))
+        << dry.out;
+    EXPECT_EQ(rose.Command({"show"}).out, shown);
+    // The trial ended with the run: the model takes a real import again.
+    ExpectEnded(Cli(dir, {"import", "--all"}, env), 0);
+}

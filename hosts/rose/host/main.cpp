@@ -57,7 +57,10 @@ void PrintUsage(std::ostream& out) {
     }
     out << "\nThe socket is $CORVANSIL_ROSE_SOCKET, by default "
            "${XDG_RUNTIME_DIR:-/tmp}/corvansil-$UID/rose.sock.\n"
-           "Every command takes --help; rose-host --version gives the version.\n";
+           "Every command takes --help; rose-host --version gives the version.\n"
+           "\nA client's dry run calls the application's BeginTrial, which makes the host serve\n"
+           "a copy of the model, and EndTrial (or lets the trial object go), which serves the\n"
+           "model again and throws the copy away; save, show and status work on the model.\n";
 }
 
 [[noreturn]] void Die(const std::string& text) {

@@ -86,7 +86,7 @@ void NewSession(Session& session) {
 }
 
 std::string SaveSession(Session& session, const std::string& path) {
-    Model& model = *ModelOf(*session.host);
+    Model& model = *ModelOutsideTrial(*session.host);
     if (path.empty() && session.document.path().empty()) {
         return "the model has never been saved: give a file name";
     }
@@ -152,7 +152,7 @@ std::string SelectClasses(Session& session, const std::vector<std::string>& name
 }
 
 std::string SessionStatus(const Session& session) {
-    const Model& model = *ModelOf(*session.host);
+    const Model& model = *ModelOutsideTrial(*session.host);
     std::size_t diagrams = 0;
     for (const auto& category : AllCategories(model)) {
         diagrams += ClassDiagramsOf(*category).size();
@@ -196,8 +196,9 @@ automation::ObjectRef ControlObject(Session& session, std::function<void()> stop
         Check(SelectDiagram(*s, args[0].ToString()));
         return {};
     });
-    control->Define(
-        0, "Show", [s](CallKind, const Args&) -> Variant { return ShowModel(*ModelOf(*s->host)); });
+    control->Define(0, "Show", [s](CallKind, const Args&) -> Variant {
+        return ShowModel(*ModelOutsideTrial(*s->host));
+    });
     control->Define(0, "Warnings", [s](CallKind, const Args&) -> Variant {
         std::string text;
         for (const std::string& warning : s->warnings) text += warning + "\n";

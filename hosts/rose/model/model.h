@@ -184,6 +184,9 @@ struct Model {
 std::shared_ptr<Model> NewModel(const std::string& name);
 // A new quid: 12 upper-case hex digits that no element of the model has.
 std::string NewQuid(Model& model);
+// A copy of the whole model sharing no element with it (origins included as they are), for a
+// trial whose changes are thrown away (copy.cpp).
+std::shared_ptr<Model> CopyModel(const Model& model);
 // Drops the model's look-up tables; called when the name of a class or category changes.
 void ForgetIndex(const Model& model);
 

@@ -20,6 +20,16 @@ std::shared_ptr<Host> NewHost(std::shared_ptr<Model> model);
 // Opens another model; objects of the earlier model keep answering for their elements.
 void SetModel(Host& host, std::shared_ptr<Model> model);
 const std::shared_ptr<Model>& ModelOf(const Host& host);
+// The model as it stands outside a trial: the one a save writes.
+const std::shared_ptr<Model>& ModelOutsideTrial(const Host& host);
+
+// A trial, for a client's dry run: the application's `BeginTrial` (reachable by name only)
+// makes the host serve a copy of its model (CopyModel) and returns a trial object; the
+// application's `EndTrial`, or the last release of the trial object (a client that went away
+// included), serves the model again and throws the copy away. A save during a trial writes
+// the model, not the copy. A second BeginTrial during a trial is refused.
+void BeginTrial(Host& host);
+void EndTrial(Host& host);
 
 // The application object, the root of everything the add-in reaches.
 automation::ObjectRef ApplicationObject(const std::shared_ptr<Host>& host);

@@ -105,9 +105,29 @@ std::shared_ptr<Host> NewHost(std::shared_ptr<Model> model) {
     return host;
 }
 
-void SetModel(Host& host, std::shared_ptr<Model> model) { host.model = std::move(model); }
+void SetModel(Host& host, std::shared_ptr<Model> model) {
+    host.model = std::move(model);
+    host.outsideTrial = nullptr;
+}
 
 const std::shared_ptr<Model>& ModelOf(const Host& host) { return host.model; }
+
+const std::shared_ptr<Model>& ModelOutsideTrial(const Host& host) {
+    return host.outsideTrial ? host.outsideTrial : host.model;
+}
+
+void BeginTrial(Host& host) {
+    if (host.outsideTrial) throw AutomationError("a trial of the model is already on");
+    host.outsideTrial = host.model;
+    host.model = CopyModel(*host.model);
+    ++host.trial;
+}
+
+void EndTrial(Host& host) {
+    if (!host.outsideTrial) return;
+    host.model = std::move(host.outsideTrial);
+    host.outsideTrial = nullptr;
+}
 
 ObjectRef ApplicationObject(const std::shared_ptr<Host>& host) {
     // The application has no element of its own; one shared stand-in keeps it a single object.

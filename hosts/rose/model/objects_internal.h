@@ -17,6 +17,9 @@ namespace rosehost {
 
 struct Host {
     std::shared_ptr<Model> model;
+    // During a trial `model` is a copy and this the model it was made of; null otherwise.
+    std::shared_ptr<Model> outsideTrial;
+    std::uint64_t trial = 0;  // counts trials, so that a trial object ends only its own
     // (element address, kind tag) -> the object handed out for it.
     std::map<std::pair<const void*, int>, std::weak_ptr<automation::Object>> live;
 };

@@ -11,6 +11,40 @@ Variant ActiveModel(const Call<Application>& c) {
     return ObjectFor(c.host, c.host->model, ModelKind());
 }
 
+// Ends its trial when the last reference goes, unless that trial has ended already.
+class TrialObject final : public automation::Object {
+  public:
+    TrialObject(std::weak_ptr<Host> host, std::uint64_t trial)
+        : host_(std::move(host)), trial_(trial) {}
+    ~TrialObject() override {
+        auto host = host_.lock();
+        if (host && host->trial == trial_) EndTrial(*host);
+    }
+    TrialObject(const TrialObject&) = delete;
+    TrialObject& operator=(const TrialObject&) = delete;
+    Variant Invoke(std::int32_t, CallKind, const Args&) override {
+        throw AutomationError(std::string(automation::kErrMemberNotFound));
+    }
+    Variant InvokeByName(std::string_view, CallKind, const Args&) override {
+        throw AutomationError(std::string(automation::kErrMemberNotFound));
+    }
+    bool Implements(std::string_view) const override { return false; }
+
+  private:
+    std::weak_ptr<Host> host_;
+    std::uint64_t trial_;
+};
+
+Variant ApplicationBeginTrial(const Call<Application>& c) {
+    BeginTrial(*c.host);
+    return ObjectRef(std::make_shared<TrialObject>(c.host, c.host->trial));
+}
+
+Variant ApplicationEndTrial(const Call<Application>& c) {
+    EndTrial(*c.host);
+    return {};
+}
+
 // --- Model ---
 
 Variant ModelName(const Call<Model>& c) { return c.target->name; }
@@ -203,11 +237,15 @@ Kind<Class> MakeClassKind() {
 }  // namespace
 
 const Kind<Application>& ApplicationKind() {
-    static const Kind<Application> kind{kTagApplication,
-                                        {iid::kApplication},
-                                        {
-                                            {209, "ActiveModel", Access::Read, ActiveModel},
-                                        }};
+    static const Kind<Application> kind{
+        kTagApplication,
+        {iid::kApplication},
+        {
+            {209, "ActiveModel", Access::Read, ActiveModel},
+            // Not the modelling tool's: by name only.
+            {0, "BeginTrial", Access::Method, ApplicationBeginTrial},
+            {0, "EndTrial", Access::Method, ApplicationEndTrial},
+        }};
     return kind;
 }
 

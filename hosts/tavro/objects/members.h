@@ -25,6 +25,9 @@ inline constexpr std::string_view kClassHandle = "ClassHandle";
 inline constexpr std::string_view kOpenQuery = "OpenQuery";
 inline constexpr std::string_view kNamespace = "Namespace";
 inline constexpr std::string_view kUserName = "UserName";
+// A trial session: writes checked and performed, then rolled back (tavro::BeginTrial).
+inline constexpr std::string_view kBeginTrial = "BeginTrial";
+inline constexpr std::string_view kEndTrial = "EndTrial";
 
 // Every stored object.
 inline constexpr std::string_view kSysOid = "sys_OID";

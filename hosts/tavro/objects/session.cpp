@@ -40,6 +40,14 @@ class SessionObject : public NamedObject {
             return OpenQuery(Arg(args, 0).ToString(), Arg(args, 1).ToString());
         if (SameName(name, m::kNamespace)) return session_->ns;
         if (SameName(name, m::kUserName)) return session_->user;
+        if (SameName(name, m::kBeginTrial)) {
+            BeginTrial(*session_->store);
+            return true;
+        }
+        if (SameName(name, m::kEndTrial)) {
+            EndTrial(*session_->store);
+            return true;
+        }
         MemberNotFound();
     }
 

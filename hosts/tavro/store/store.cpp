@@ -81,6 +81,14 @@ bool IsInitialised(Store& store) {
 
 Store::~Store() { sqlite3_close(db_); }
 
+void BeginTrial(Store& store) { store.trial_ = true; }
+
+void EndTrial(Store& store) {
+    store.trial_ = false;
+    if (sqlite3_get_autocommit(store.db()) != 0) return;  // nothing was written
+    si::Exec(store, "ROLLBACK");
+}
+
 namespace store_internal {
 
 Statement::Statement(Store& store, const char* sql) : db_(store.db()) {
@@ -120,14 +128,23 @@ std::string Statement::Text(int column) const {
 
 int Statement::Int(int column) const { return sqlite3_column_int(stmt_, column); }
 
-Transaction::Transaction(Store& store) : store_(store) { Exec(store_, "BEGIN IMMEDIATE"); }
+Transaction::Transaction(Store& store) : store_(store), savepoint_(store.InTrial()) {
+    if (!savepoint_) {
+        Exec(store_, "BEGIN IMMEDIATE");
+        return;
+    }
+    if (sqlite3_get_autocommit(store_.db()) != 0) Exec(store_, "BEGIN IMMEDIATE");
+    Exec(store_, "SAVEPOINT trial_write");
+}
 
 Transaction::~Transaction() {
-    if (!done_) sqlite3_exec(store_.db(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (done_) return;
+    const char* undo = savepoint_ ? "ROLLBACK TO trial_write; RELEASE trial_write" : "ROLLBACK";
+    sqlite3_exec(store_.db(), undo, nullptr, nullptr, nullptr);
 }
 
 void Transaction::Commit() {
-    Exec(store_, "COMMIT");
+    Exec(store_, savepoint_ ? "RELEASE trial_write" : "COMMIT");
     done_ = true;
 }
 

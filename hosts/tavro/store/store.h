@@ -34,10 +34,23 @@ class Store {
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
     sqlite3* db() const { return db_; }
+    // A trial store checks and performs every write but keeps none of them (BeginTrial).
+    bool InTrial() const { return trial_; }
 
   private:
+    friend void BeginTrial(Store& store);
+    friend void EndTrial(Store& store);
     sqlite3* db_;
+    bool trial_ = false;
 };
+
+// A trial: from here on every write of this store runs its checks and its statements in a
+// savepoint of one transaction that is never committed, so that later reads of the same store
+// see the writes and no other store does. The transaction begins (BEGIN IMMEDIATE, the write
+// lock of the database) with the first write and holds that lock until EndTrial, which rolls
+// everything back, history included. Closing the store rolls back too.
+void BeginTrial(Store& store);
+void EndTrial(Store& store);
 
 // How much work a password hash costs. Interactive is for real users; Minimal only keeps
 // tests fast and is never chosen by the command line.

@@ -30,7 +30,8 @@ class Statement {
     sqlite3_stmt* stmt_ = nullptr;
 };
 
-// BEGIN IMMEDIATE ... COMMIT; rolled back when left without Commit (an exception).
+// BEGIN IMMEDIATE ... COMMIT; rolled back when left without Commit (an exception). In a trial
+// store a savepoint of the trial's transaction, released instead of committed.
 class Transaction {
   public:
     explicit Transaction(Store& store);
@@ -42,6 +43,7 @@ class Transaction {
   private:
     Store& store_;
     bool done_ = false;
+    bool savepoint_ = false;
 };
 
 void Exec(Store& store, const char* sql);
