@@ -187,7 +187,7 @@ TEST(SyncModel, NewModelSavesALoadableFile) {
 }
 
 // What an import makes: a subclass and an association end before the class they point at, and
-// a method whose formal spec `list:%List,sep:%String=","` splits into a parameter named '"'.
+// a method whose FormalSpec `list:%List,sep:%String=","` splits into a parameter named '"'.
 TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
     std::string dir = test::MakeTempDir();
     Session session;
