@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake ninja-build pkg-config clang-format
+    build-essential cmake ninja-build pkg-config clang-format ccache
     qt6-base-dev libgl-dev
     libpugixml-dev libsqlite3-dev libsodium-dev
     libgtest-dev libgmock-dev libbenchmark-dev
