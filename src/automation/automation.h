@@ -151,6 +151,16 @@ Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Ar
 
 // --- Reads announced ahead ---
 //
+// Why this shape. Over our sockets a call costs a round trip, two context switches, far more
+// than the call itself; over COM a call costs about as much and nothing can be batched. So
+// the routines first make fewer calls wherever the answer cannot have changed (a definition
+// being filled is locked to the session: its member collections are read once per class, not
+// once per member), which serves both transports. What is left are runs of reads that do not
+// depend on each other, or only a few steps deep: over our sockets those are walked ahead and
+// travel together, and a loop over a result set sends its rounds ahead. Both are invisible to
+// the routines' error handling: every error is raised by the call that would have raised it
+// one call at a time, inside the routine that traps it.
+//
 // A run that reads much of one element at a time (a class and its members, a definition and
 // its members) saves a round trip per read when the other process is reached over our
 // sockets: it first walks the reads it is about to make (`AnnounceReads`), which sends them in

@@ -530,7 +530,7 @@ Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const 
 
 void Connection::SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>& calls,
                                int rounds) {
-    if (!options_.readAhead || !options_.sendAhead || calls.empty()) return;
+    if (!options_.readAhead || calls.empty()) return;
     std::vector<std::pair<Message, std::string>> encoded;
     try {
         for (const LoopCall& loopCall : calls) {

@@ -1,5 +1,6 @@
 // The class query "Summary": the classification of every server class, and the transfer
 // window's list of server classes.
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <functional>
@@ -120,17 +121,20 @@ class RowsAhead {
             calls_.push_back({rs::kColumnValue, {column->position}, true});
         }
     }
-    // Before each "Next".
+    // Before each "Next". A short result set costs the server few calls past its end: the
+    // rounds sent at once start few and double up to a bound.
     void Refill() {
         if (left_-- > 0) return;
-        automation::SendLoopAhead(query_, calls_, kRows);
-        left_ = kRows - 1;
+        automation::SendLoopAhead(query_, calls_, rounds_);
+        left_ = rounds_ - 1;
+        rounds_ = std::min(rounds_ * 2, kMaxRounds);
     }
 
   private:
-    static constexpr int kRows = 256;
+    static constexpr int kMaxRounds = 256;
     ObjectRef query_;
     std::vector<automation::LoopCall> calls_;
+    int rounds_ = 8;
     int left_ = 0;
 };
 
