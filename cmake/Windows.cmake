@@ -4,14 +4,14 @@
 
 # Source folders (of the top-level list) that are not built for Windows.
 set(CORVANSIL_WIN32_LEFT_OUT_DIRS
-    src/run
     hosts/rose hosts/tavro)
 
 # Library sources (relative to the project folder) that corvansil_add_library drops.
 set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
     src/automation/rpc_client.cpp src/automation/rpc_listen.cpp src/automation/rpc_server.cpp
     src/automation/rpc_socket.cpp
-    src/platform/files.cpp src/platform/registry_file.cpp src/platform/rose_socket.cpp
+    src/platform/files_posix.cpp src/platform/registry.cpp src/platform/registry_file.cpp
+    src/platform/rose_socket.cpp
     src/cli/console.cpp src/cli/report.cpp src/cli/run.cpp src/cli/stop.cpp)
 
 # Test folders built for Windows, and test programs in them that are not.
