@@ -16,9 +16,9 @@ set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
 
 # Test folders built for Windows, and test programs in them that are not.
 set(CORVANSIL_WIN32_TEST_DIRS
-    automation)
+    automation install)
 set(CORVANSIL_WIN32_LEFT_OUT_TESTS
-    automation_rpc_test)
+    automation_rpc_test install_test)
 
 # Resource scripts (.rc) are compiled with windres.
 enable_language(RC)
