@@ -81,9 +81,9 @@ class DispatchObject : public Object {
         ::VariantInit(&result);
         EXCEPINFO info{};
         UINT badArg = 0;
-        HRESULT hr = dispatch_->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, FlagsOf(kind, args),
-                                       &params, kind == CallKind::Put ? nullptr : &result, &info,
-                                       &badArg);
+        HRESULT hr =
+            dispatch_->Invoke(dispid, IID_NULL, LOCALE_USER_DEFAULT, FlagsOf(kind, args), &params,
+                              kind == CallKind::Put ? nullptr : &result, &info, &badArg);
         if (FAILED(hr)) ThrowFailure(hr, &info, peer_);
         Variant value;
         try {

@@ -1,8 +1,8 @@
 // Helpers shared by the COM client and the COM adapter.
 #pragma once
 
-#include <windows.h>
 #include <oleauto.h>
+#include <windows.h>
 
 #include <string>
 #include <string_view>

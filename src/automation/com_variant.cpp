@@ -9,8 +9,8 @@ namespace detail {
 
 std::wstring Wide(std::string_view text) {
     if (text.empty()) return L"";
-    int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                     nullptr, 0);
+    int size =
+        ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
     std::wstring wide(static_cast<std::size_t>(size), L'\0');
     ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(),
                           size);
@@ -19,8 +19,8 @@ std::wstring Wide(std::string_view text) {
 
 std::string Narrow(const wchar_t* text, std::size_t size) {
     if (text == nullptr || size == 0) return "";
-    int bytes = ::WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(size), nullptr, 0,
-                                      nullptr, nullptr);
+    int bytes = ::WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(size), nullptr, 0, nullptr,
+                                      nullptr);
     std::string narrow(static_cast<std::size_t>(bytes), '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(size), narrow.data(), bytes, nullptr,
                           nullptr);
@@ -32,9 +32,8 @@ std::string Narrow(BSTR text) { return Narrow(text, text == nullptr ? 0 : ::SysS
 std::string GuidText(const GUID& guid) {
     char text[40];
     std::snprintf(text, sizeof text, "{%08lX-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                  guid.Data1, guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1],
-                  guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5], guid.Data4[6],
-                  guid.Data4[7]);
+                  guid.Data1, guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1], guid.Data4[2],
+                  guid.Data4[3], guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
     return text;
 }
 
