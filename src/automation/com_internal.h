@@ -1,8 +1,9 @@
 // Helpers shared by the COM client and the COM adapter.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
+// After windows.h, which it needs.
+#include <oleauto.h>
 
 #include <string>
 #include <string_view>

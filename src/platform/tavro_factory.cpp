@@ -216,6 +216,9 @@ std::string JoinConnectionString(const ConnectionParts& parts) {
 
 ObjectRef NewTavroFactory() { return std::make_shared<TavroFactory>(); }
 
+// On Windows the factory is the server's own COM class instead (tavro_factory_win32.cpp); the
+// object above is what its stand-in serves there.
+#ifndef _WIN32
 void InstallTavroFactory() {
     ObjectOps& ops = Objects();
     auto earlier = ops.createObject;
@@ -224,5 +227,6 @@ void InstallTavroFactory() {
         return earlier(progId);
     };
 }
+#endif
 
 }  // namespace platform
