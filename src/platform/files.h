@@ -69,4 +69,10 @@ std::function<std::string()>& ExecutableDirectoryOp();
 // character the code page lacks becomes the code page's default character.
 std::string AnsiText(const std::string& text);
 
+#ifdef _WIN32
+// UTF-8 and the UTF-16 of the system's wide functions.
+std::wstring WideText(const std::string& text);
+std::string Utf8Text(const std::wstring& text);
+#endif
+
 }  // namespace platform

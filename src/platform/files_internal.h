@@ -14,9 +14,6 @@ std::string ExecutableDirectory();
 std::string AnsiText(const std::string& text);
 
 #ifdef _WIN32
-// UTF-8 and the UTF-16 of the system's wide functions.
-std::wstring WideText(const std::string& text);
-std::string Utf8Text(const std::wstring& text);
 // An errno value for a system error code, for FileOps and FileError.
 int ErrnoOf(unsigned long systemError);
 #endif

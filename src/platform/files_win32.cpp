@@ -8,8 +8,18 @@
 
 #include "platform/files_internal.h"
 
-namespace platform::sys {
+namespace platform {
 namespace {
+
+std::string Narrow(UINT codePage, const std::wstring& text) {
+    if (text.empty()) return "";
+    int size = ::WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()),
+                                     nullptr, 0, nullptr, nullptr);
+    std::string narrow(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                          size, nullptr, nullptr);
+    return narrow;
+}
 
 // Not inherited by programs the add-in starts; written as bytes, without CR LF translation,
 // so that the files' CR LF line ends are the text's own.
@@ -37,17 +47,7 @@ int WindowsRename(const std::string& from, const std::string& to) {
     if (::MoveFileExW(WideText(from).c_str(), WideText(to).c_str(),
                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
         return 0;
-    return ErrnoOf(::GetLastError());
-}
-
-std::string Narrow(UINT codePage, const std::wstring& text) {
-    if (text.empty()) return "";
-    int size = ::WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()),
-                                     nullptr, 0, nullptr, nullptr);
-    std::string narrow(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                          size, nullptr, nullptr);
-    return narrow;
+    return sys::ErrnoOf(::GetLastError());
 }
 
 std::wstring ModuleFileName() {
@@ -65,17 +65,6 @@ std::wstring ModuleFileName() {
 
 }  // namespace
 
-FileOps DefaultFileOps() { return FileOps{WindowsOpen, WindowsWrite, WindowsClose, WindowsRename}; }
-
-std::string ExecutableDirectory() {
-    std::wstring path = ModuleFileName();
-    std::size_t slash = path.find_last_of(L"\\/");
-    if (slash == std::wstring::npos) return "";
-    // A drive's root keeps its backslash ("C:\"), as the system names that directory.
-    bool driveRoot = slash == 2 && path[1] == L':';
-    return Utf8Text(path.substr(0, driveRoot ? slash + 1 : slash));
-}
-
 std::wstring WideText(const std::string& text) {
     if (text.empty()) return L"";
     int size =
@@ -87,6 +76,19 @@ std::wstring WideText(const std::string& text) {
 }
 
 std::string Utf8Text(const std::wstring& text) { return Narrow(CP_UTF8, text); }
+
+namespace sys {
+
+FileOps DefaultFileOps() { return FileOps{WindowsOpen, WindowsWrite, WindowsClose, WindowsRename}; }
+
+std::string ExecutableDirectory() {
+    std::wstring path = ModuleFileName();
+    std::size_t slash = path.find_last_of(L"\\/");
+    if (slash == std::wstring::npos) return "";
+    // A drive's root keeps its backslash ("C:\"), as the system names that directory.
+    bool driveRoot = slash == 2 && path[1] == L':';
+    return Utf8Text(path.substr(0, driveRoot ? slash + 1 : slash));
+}
 
 std::string AnsiText(const std::string& text) { return Narrow(CP_ACP, WideText(text)); }
 
@@ -107,4 +109,5 @@ int ErrnoOf(unsigned long systemError) {
     }
 }
 
-}  // namespace platform::sys
+}  // namespace sys
+}  // namespace platform

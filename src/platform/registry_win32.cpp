@@ -21,7 +21,7 @@ const HKEY HKEY_LOCAL_MACHINE = &localMachine;
 // with `::` and the root only through MachineRoot().
 #include <windows.h>
 
-#include "platform/files_internal.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ namespace {
 // The key `keyPath` under HKEY_LOCAL_MACHINE opened for reading; nullptr when it cannot be.
 ::HKEY OpenForReading(const std::string& keyPath) {
     ::HKEY key = nullptr;
-    std::wstring path = platform::sys::WideText(keyPath);
+    std::wstring path = platform::WideText(keyPath);
     if (::RegOpenKeyExW(MachineRoot(), path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
         return nullptr;
     return key;
@@ -83,7 +83,7 @@ LONG RegCloseKey(HKEY hKey) {
 bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName, std::string& out) {
     ::HKEY key = OpenForReading(keyPath);
     if (key == nullptr) return false;
-    std::wstring name = sys::WideText(valueName);
+    std::wstring name = WideText(valueName);
     ::DWORD type = 0;
     ::DWORD size = 0;
     bool ok =
@@ -96,7 +96,7 @@ bool ReadRegistryValue(const std::string& keyPath, const std::string& valueName,
     ::RegCloseKey(key);
     if (!ok) return false;
     // The stored size counts the terminating NUL; the text ends at the first NUL either way.
-    out = sys::Utf8Text(data.substr(0, data.find(L'\0')));
+    out = Utf8Text(data.substr(0, data.find(L'\0')));
     return true;
 }
 
@@ -111,7 +111,7 @@ std::vector<std::string> ListRegistrySubkeys(const std::string& keyPath) {
         if (::RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) !=
             ERROR_SUCCESS)
             break;
-        names.push_back(sys::Utf8Text(std::wstring(name, length)));
+        names.push_back(Utf8Text(std::wstring(name, length)));
     }
     ::RegCloseKey(key);
     return names;
