@@ -16,6 +16,7 @@
 // Every routine here runs on the thread that initialised COM for the caller's apartment.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -51,6 +52,9 @@ ObjectRef NewObject(const std::string& progId, const std::string& peer);
 std::string ErrorText(long hr, const std::string& peer);
 
 // --- Offering objects ---
+
+// How many of our objects other processes hold through adapters (a server ends when none).
+std::size_t AdapterCount();
 
 // Declares dispatch interfaces with these identifiers in a type library at `libraryPath`
 // and registers it, so that COM can carry calls of these interfaces between processes (a cast

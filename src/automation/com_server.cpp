@@ -211,6 +211,12 @@ IDispatch* DispatchOfObject(const ObjectRef& object) {
     return adapter;
 }
 
+std::size_t AdapterCount() {
+    AdapterTable& table = Adapters();
+    std::lock_guard lock(table.mutex);
+    return table.byObject.size();
+}
+
 namespace detail {
 
 ObjectRef AdaptedObject(IDispatch* dispatch) {

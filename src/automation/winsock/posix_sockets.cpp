@@ -1,6 +1,11 @@
 #include "posix_sockets.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <mutex>
+#include <set>
+#include <string>
+#include <thread>
 
 // The routines below call Winsock itself.
 #undef socket
@@ -74,12 +79,123 @@ int Fail() {
 
 int Clamp(std::size_t size) { return size > 0x7fffffff ? 0x7fffffff : static_cast<int>(size); }
 
+// --- A Unix socket reached through standard input and output ---
+//
+// Where Winsock has no Unix sockets (Wine before 9), a program can still reach one when a
+// native program connected its standard input and output to it and named it in
+// CORVANSIL_STDIO_SOCKET (rose-pipe does). A socket "connected" to that path is one end of a
+// loopback pair inside this process; two threads carry the bytes between the other end and
+// the standard handles. The pair's other end is accepted only when its peer is our own end,
+// so no other program can slip into the connection.
+
+std::set<int>& RelayedSockets() {
+    static std::set<int> sockets;
+    return sockets;
+}
+
+bool IsStdioSocket(const char* path) {
+    const char* relayed = std::getenv("CORVANSIL_STDIO_SOCKET");
+    return relayed != nullptr && *relayed != '\0' && std::string(relayed) == path;
+}
+
+bool SameAddress(const sockaddr_in& a, const sockaddr_in& b) {
+    return a.sin_port == b.sin_port && a.sin_addr.s_addr == b.sin_addr.s_addr;
+}
+
+void Pump(SOCKET end) {
+    HANDLE in = ::GetStdHandle(STD_INPUT_HANDLE);
+    HANDLE out = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    std::thread([in, end] {
+        char buffer[65536];
+        DWORD got = 0;
+        while (::ReadFile(in, buffer, sizeof buffer, &got, nullptr) && got > 0) {
+            for (DWORD done = 0; done < got;) {
+                int n = ::send(end, buffer + done, static_cast<int>(got - done), 0);
+                if (n <= 0) return;
+                done += static_cast<DWORD>(n);
+            }
+        }
+        ::shutdown(end, SD_SEND);
+    }).detach();
+    std::thread([out, end] {
+        char buffer[65536];
+        for (;;) {
+            int n = ::recv(end, buffer, sizeof buffer, 0);
+            if (n <= 0) break;
+            DWORD written = 0;
+            for (int done = 0; done < n; done += static_cast<int>(written)) {
+                if (!::WriteFile(out, buffer + done, static_cast<DWORD>(n - done), &written,
+                                 nullptr)) {
+                    ::closesocket(end);
+                    return;
+                }
+            }
+        }
+        ::CloseHandle(out);
+    }).detach();
+}
+
+int ConnectThroughStdio(int fd) {
+    SOCKET listener = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    if (listener == INVALID_SOCKET) return Fail();
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int size = sizeof local;
+    if (::bind(listener, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0 ||
+        ::listen(listener, 4) != 0 ||
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&local), &size) != 0) {
+        int rc = Fail();
+        ::closesocket(listener);
+        return rc;
+    }
+    if (::connect(Handle(fd), reinterpret_cast<sockaddr*>(&local), sizeof local) != 0 &&
+        ::WSAGetLastError() != WSAEWOULDBLOCK) {
+        int rc = Fail();
+        ::closesocket(listener);
+        return rc;
+    }
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    SOCKET accepted = INVALID_SOCKET;
+    while (accepted == INVALID_SOCKET && std::chrono::steady_clock::now() < deadline) {
+        corvansil_winsock_pollfd wait{listener, POLLRDNORM, 0};
+        if (::WSAPoll(&wait, 1, 1000) <= 0) continue;
+        sockaddr_in peer{};
+        int peerSize = sizeof peer;
+        SOCKET candidate = ::accept(listener, reinterpret_cast<sockaddr*>(&peer), &peerSize);
+        if (candidate == INVALID_SOCKET) continue;
+        sockaddr_in own{};
+        int ownSize = sizeof own;
+        bool ours = ::getsockname(Handle(fd), reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+                    SameAddress(own, peer);
+        if (ours) {
+            accepted = candidate;
+        } else {
+            ::closesocket(candidate);
+        }
+    }
+    ::closesocket(listener);
+    if (accepted == INVALID_SOCKET) {
+        errno = ETIMEDOUT;
+        return -1;
+    }
+    Pump(accepted);
+    return 0;
+}
+
 }  // namespace
 
 int Socket(int domain, int type, int protocol) {
     Start();
     SOCKET s = ::socket(domain, type & ~(SOCK_NONBLOCK | SOCK_CLOEXEC), protocol);
+    bool relayed = false;
+    if (s == INVALID_SOCKET && domain == AF_UNIX && ::WSAGetLastError() == WSAEAFNOSUPPORT &&
+        std::getenv("CORVANSIL_STDIO_SOCKET") != nullptr) {
+        s = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+        relayed = true;
+    }
     if (s == INVALID_SOCKET) return Fail();
+    if (relayed) RelayedSockets().insert(static_cast<int>(s));
     // Winsock handles are never inherited by programs we start, so there is no CLOEXEC to set.
     if ((type & SOCK_NONBLOCK) != 0) {
         u_long on = 1;
@@ -89,6 +205,15 @@ int Socket(int domain, int type, int protocol) {
 }
 
 int Connect(int fd, const sockaddr* address, socklen_t size) {
+    if (RelayedSockets().count(fd) != 0) {
+        RelayedSockets().erase(fd);
+        const auto* named = reinterpret_cast<const sockaddr_un*>(address);
+        if (address->sa_family != AF_UNIX || !IsStdioSocket(named->sun_path)) {
+            errno = EAFNOSUPPORT;
+            return -1;
+        }
+        return ConnectThroughStdio(fd);
+    }
     if (::connect(Handle(fd), address, size) == 0) return 0;
     // A non-blocking connect that is under way.
     if (::WSAGetLastError() == WSAEWOULDBLOCK) {
