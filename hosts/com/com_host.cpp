@@ -8,8 +8,8 @@ namespace comhost {
 namespace {
 
 std::wstring Wide(const std::string& text) {
-    int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                     nullptr, 0);
+    int size =
+        ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
     std::wstring wide(static_cast<std::size_t>(size), L'\0');
     ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(),
                           size);
@@ -19,8 +19,8 @@ std::wstring Wide(const std::string& text) {
 void SetDefault(const std::string& key, const std::string& value) {
     HKEY handle = nullptr;
     std::wstring wideKey = Wide(key);
-    LONG rc = ::RegCreateKeyExW(HKEY_CLASSES_ROOT, wideKey.c_str(), 0, nullptr, 0,
-                                KEY_SET_VALUE, nullptr, &handle, nullptr);
+    LONG rc = ::RegCreateKeyExW(HKEY_CLASSES_ROOT, wideKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE,
+                                nullptr, &handle, nullptr);
     if (rc != ERROR_SUCCESS) throw automation::AutomationError("cannot create HKCR\\" + key);
     std::wstring wide = Wide(value);
     rc = ::RegSetValueExW(handle, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.c_str()),
@@ -34,8 +34,8 @@ void SetDefault(const std::string& key, const std::string& value) {
 std::string ModulePath() {
     wchar_t path[MAX_PATH];
     DWORD size = ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    int bytes = ::WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(size), nullptr, 0,
-                                      nullptr, nullptr);
+    int bytes = ::WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(size), nullptr, 0, nullptr,
+                                      nullptr);
     std::string narrow(static_cast<std::size_t>(bytes), '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(size), narrow.data(), bytes, nullptr,
                           nullptr);

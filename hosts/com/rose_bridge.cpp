@@ -30,18 +30,30 @@ constexpr auto kTick = std::chrono::milliseconds(2000);
 const std::vector<std::string>& RoseInterfaces() {
     namespace iid = rose::iid;
     static const std::vector<std::string> all = {
-        iid::kApplication,          iid::kModel,
-        iid::kCategory,             iid::kClass,
-        iid::kElement,              iid::kAttribute,
-        iid::kOperation,            iid::kParameter,
-        iid::kAssociation,          iid::kRole,
-        iid::kSuperclassLink,       iid::kExportControl,
-        iid::kToolProperty,         iid::kDiagram,
-        iid::kClassDiagram,         iid::kClassView,
-        iid::kClassCollection,      iid::kAttributeCollection,
-        iid::kOperationCollection,  iid::kAssociationCollection,
-        iid::kSuperclassLinkCollection, iid::kCategoryCollection,
-        iid::kClassDiagramCollection,   iid::kToolPropertyCollection,
+        iid::kApplication,
+        iid::kModel,
+        iid::kCategory,
+        iid::kClass,
+        iid::kElement,
+        iid::kAttribute,
+        iid::kOperation,
+        iid::kParameter,
+        iid::kAssociation,
+        iid::kRole,
+        iid::kSuperclassLink,
+        iid::kExportControl,
+        iid::kToolProperty,
+        iid::kDiagram,
+        iid::kClassDiagram,
+        iid::kClassView,
+        iid::kClassCollection,
+        iid::kAttributeCollection,
+        iid::kOperationCollection,
+        iid::kAssociationCollection,
+        iid::kSuperclassLinkCollection,
+        iid::kCategoryCollection,
+        iid::kClassDiagramCollection,
+        iid::kToolPropertyCollection,
         iid::kElementCollection,
     };
     return all;
@@ -63,9 +75,9 @@ std::string FolderOf(const std::string& path) {
 
 int Bridge(const std::string& socketPath) {
     comhost::RegisterClassName(platform::kRoseProgId, kRoseClass, "");
-    automation::com::RegisterInterfaces(
-        kInterfaceLibrary, FolderOf(comhost::ModulePath()) + "\\rose-interfaces.tlb",
-        RoseInterfaces());
+    automation::com::RegisterInterfaces(kInterfaceLibrary,
+                                        FolderOf(comhost::ModulePath()) + "\\rose-interfaces.tlb",
+                                        RoseInterfaces());
     automation::rpc::ClientOptions options;
     options.peer = platform::kRosePeerName;
     automation::ObjectRef control = automation::rpc::Connect("unix:" + socketPath, options);
@@ -87,7 +99,13 @@ int Bridge(const std::string& socketPath) {
         },
         kTick);
     automation::com::RevokeActive(registration);
-    std::fprintf(stderr, "rose-bridge: %s\n", gone.c_str());
+    automation::com::ServedCounts served = automation::com::ServedCallCounts();
+    std::fprintf(stderr,
+                 "rose-bridge: %s\nrose-bridge: served %llu calls and %llu casts, sent %llu "
+                 "requests to rose-host\n",
+                 gone.c_str(), static_cast<unsigned long long>(served.calls),
+                 static_cast<unsigned long long>(served.casts),
+                 static_cast<unsigned long long>(automation::rpc::CallCount()));
     return 1;
 }
 

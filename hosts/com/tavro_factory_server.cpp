@@ -6,7 +6,9 @@
 //   tavro-factory.exe --register   registers the class with this program as its server
 //   tavro-factory.exe              serves (COM starts it so), until its last object is gone
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "automation/com.h"
 #include "hosts/com/com_host.h"
@@ -22,15 +24,33 @@ constexpr auto kTick = std::chrono::milliseconds(100);
 constexpr int kFirstObjectTicks = 600;
 constexpr int kIdleTicks = 20;
 
+// The factory object of the socket build, which also tells why its last OpenConnection
+// failed ("LastConnectionFailure"), for the add-in's messages.
+class Factory : public automation::Object {
+  public:
+    automation::Variant Invoke(std::int32_t dispid, automation::CallKind kind,
+                               const automation::Args& args) override {
+        return inner_->Invoke(dispid, kind, args);
+    }
+    automation::Variant InvokeByName(std::string_view name, automation::CallKind kind,
+                                     const automation::Args& args) override {
+        if (name == "LastConnectionFailure") return platform::LastConnectionFailure();
+        return inner_->InvokeByName(name, kind, args);
+    }
+    bool Implements(std::string_view iid) const override { return inner_->Implements(iid); }
+
+  private:
+    automation::ObjectRef inner_ = platform::NewTavroFactory();
+};
+
 int Register() {
-    comhost::RegisterClassName(platform::kTavroFactoryProgId, kFactoryClass,
-                               comhost::ModulePath());
+    comhost::RegisterClassName(platform::kTavroFactoryProgId, kFactoryClass, comhost::ModulePath());
     return 0;
 }
 
 int ServeFactory() {
-    std::uint32_t registration = automation::com::RegisterFactory(
-        kFactoryClass, [] { return platform::NewTavroFactory(); });
+    std::uint32_t registration =
+        automation::com::RegisterFactory(kFactoryClass, [] { return std::make_shared<Factory>(); });
     bool served = false;
     int ticks = 0;
     comhost::Serve(
@@ -45,6 +65,10 @@ int ServeFactory() {
         },
         kTick);
     automation::com::RevokeFactory(registration);
+    automation::com::ServedCounts served = automation::com::ServedCallCounts();
+    std::fprintf(stderr, "tavro-factory: served %llu calls and %llu casts\n",
+                 static_cast<unsigned long long>(served.calls),
+                 static_cast<unsigned long long>(served.casts));
     return 0;
 }
 

@@ -56,6 +56,15 @@ std::string ErrorText(long hr, const std::string& peer);
 // How many of our objects other processes hold through adapters (a server ends when none).
 std::size_t AdapterCount();
 
+// Calls that reached our adapters since the process started: Invoke and GetIDsOfNames, and
+// QueryInterface for interfaces other than IUnknown and IDispatch (casts). For measuring how
+// chatty a caller is.
+struct ServedCounts {
+    std::uint64_t calls = 0;
+    std::uint64_t casts = 0;
+};
+ServedCounts ServedCallCounts();
+
 // Declares dispatch interfaces with these identifiers in a type library at `libraryPath`
 // and registers it, so that COM can carry calls of these interfaces between processes (a cast
 // of an object of another process to one of them then works, or fails when the object has it

@@ -51,6 +51,9 @@ bool NameOfId(DISPID id, std::string& name) {
     return true;
 }
 
+std::atomic<std::uint64_t> gServedCalls{0};
+std::atomic<std::uint64_t> gServedCasts{0};
+
 class Adapter;
 
 // The live adapters, by the object each adapts: one IDispatch per object, so that an object
@@ -93,7 +96,9 @@ class Adapter final : public IDispatch {
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (out == nullptr) return E_POINTER;
         *out = nullptr;
-        if (iid == IID_IUnknown || iid == IID_IDispatch || Implements(iid)) {
+        bool basic = iid == IID_IUnknown || iid == IID_IDispatch;
+        if (!basic) gServedCasts.fetch_add(1, std::memory_order_relaxed);
+        if (basic || Implements(iid)) {
             *out = static_cast<IDispatch*>(this);
             AddRef();
             return S_OK;
@@ -129,6 +134,7 @@ class Adapter final : public IDispatch {
     // Every name gets an id; whether the object has such a member shows when it is called.
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
                                             DISPID* ids) override {
+        gServedCalls.fetch_add(1, std::memory_order_relaxed);
         if (names == nullptr || ids == nullptr || count == 0) return E_INVALIDARG;
         ids[0] = IdOfName(detail::Narrow(names[0], std::wcslen(names[0])));
         // Arguments are not named in our calls.
@@ -138,6 +144,7 @@ class Adapter final : public IDispatch {
 
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params,
                                      VARIANT* result, EXCEPINFO* info, UINT*) override {
+        gServedCalls.fetch_add(1, std::memory_order_relaxed);
         if (result != nullptr) ::VariantInit(result);
         CallKind kind = KindOf(flags);
         UINT named = params == nullptr ? 0 : params->cNamedArgs;
@@ -209,6 +216,11 @@ IDispatch* DispatchOfObject(const ObjectRef& object) {
     auto* adapter = new Adapter(object);
     table.byObject.emplace(object.get(), adapter);
     return adapter;
+}
+
+ServedCounts ServedCallCounts() {
+    return ServedCounts{gServedCalls.load(std::memory_order_relaxed),
+                        gServedCasts.load(std::memory_order_relaxed)};
 }
 
 std::size_t AdapterCount() {

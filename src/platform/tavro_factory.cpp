@@ -180,6 +180,8 @@ class TavroFactory : public automation::Object {
 
 const std::string& LastConnectionFailure() { return LastFailure(); }
 
+void SetLastConnectionFailure(std::string why) { LastFailure() = std::move(why); }
+
 std::string MalformedConnectionText(const std::string& connection) {
     return "the Tavro server address '" + connection + "' is not HOST:PORT:NAMESPACE";
 }

@@ -1,6 +1,8 @@
 // Windows: "TavroActiveX.Factory" is the server's own client-side factory, a COM class that
 // its client installs; each CreateObject makes a new one.
 #include <cctype>
+#include <memory>
+#include <string_view>
 
 #include "automation/com.h"
 #include "platform/objects.h"
@@ -23,6 +25,41 @@ bool SameProgId(const std::string& a, const std::string& b) {
     return true;
 }
 
+// The factory of the server's client, with the reason of a failed OpenConnection learnt from it
+// when it can tell one: our stand-in answers "LastConnectionFailure"; a factory that has no such
+// member leaves the reason empty, as the connect routine expects of a silent failure.
+class ComFactory : public automation::Object {
+  public:
+    explicit ComFactory(automation::ObjectRef inner) : inner_(std::move(inner)) {}
+
+    automation::Variant Invoke(std::int32_t dispid, automation::CallKind kind,
+                               const automation::Args& args) override {
+        return inner_->Invoke(dispid, kind, args);
+    }
+
+    automation::Variant InvokeByName(std::string_view name, automation::CallKind kind,
+                                     const automation::Args& args) override {
+        automation::Variant result = inner_->InvokeByName(name, kind, args);
+        if (SameProgId(std::string(name), "OpenConnection")) {
+            SetLastConnectionFailure(result.ToBool() ? std::string() : FailureText());
+        }
+        return result;
+    }
+
+    bool Implements(std::string_view iid) const override { return inner_->Implements(iid); }
+
+  private:
+    std::string FailureText() {
+        try {
+            return automation::GetByName(inner_, "LastConnectionFailure").ToString();
+        } catch (const automation::AutomationError&) {
+            return "";
+        }
+    }
+
+    automation::ObjectRef inner_;
+};
+
 }  // namespace
 
 void InstallTavroFactory() {
@@ -30,7 +67,8 @@ void InstallTavroFactory() {
     auto earlier = ops.createObject;
     ops.createObject = [earlier](const std::string& progId) -> automation::ObjectRef {
         if (SameProgId(progId, kTavroFactoryProgId)) {
-            return automation::com::NewObject(kTavroFactoryProgId, kTavroComPeerName);
+            return std::make_shared<ComFactory>(
+                automation::com::NewObject(kTavroFactoryProgId, kTavroComPeerName));
         }
         return earlier(progId);
     };

@@ -83,14 +83,16 @@ open_rose() {  # open_rose SOCKET [FILE]: rose-host with FILE, or a new model
 # The log of a run without what differs by nature: timings.
 rows() { sed -E 's/[0-9]+(\.[0-9]+)? s\b/N s/g' "$1"; }
 
-run_linux() {  # run_linux DIRECTION SOCKET PORT
+run_linux() {  # run_linux DIRECTION SOCKET PORT [SAVE_AS]
     CORVANSIL_ROSE_SOCKET=$2 TAVRO_CONNECTION=127.0.0.1:$3:USER \
         "$cli" "$1" --all >"$work/linux-$1.log" 2>&1 || echo "exit $?" >>"$work/linux-$1.log"
+    [ $# -lt 4 ] || CORVANSIL_ROSE_SOCKET=$2 "$rose_host" save "$4" >/dev/null
 }
 
-# The Windows run, with its own bridge: the bridge ends once its rose-host has stopped, so
-# that the next run finds the next model as "Rose.Application".
-run_windows() {  # run_windows DIRECTION SOCKET PORT
+# The Windows run, with its own bridge. Once the run is over its model is saved (when asked)
+# and its rose-host stopped, and the bridge, having lost rose-host, takes itself out of the
+# running object table: the next run finds the next model as "Rose.Application".
+run_windows() {  # run_windows DIRECTION SOCKET PORT [SAVE_AS]
     local log=$work/bridge-$1.log bridge
     "$rose_pipe" "$2" wine "$bridge_exe" 2>"$log" &
     bridge=$!
@@ -98,9 +100,8 @@ run_windows() {  # run_windows DIRECTION SOCKET PORT
     wait_for "$log" "serving"
     TAVRO_CONNECTION=127.0.0.1:$3:USER \
         wine "$cli_exe" "$1" --all >"$work/windows-$1.log" 2>&1 || echo "exit $?" >>"$work/windows-$1.log"
-    tr -d '\r' <"$work/windows-$1.log" >"$work/windows-$1.txt"
-    mv "$work/windows-$1.txt" "$work/windows-$1.log"
-    [ "$1" = export ] || return 0
+    sed -i 's/\r$//' "$work/windows-$1.log"
+    [ $# -lt 4 ] || CORVANSIL_ROSE_SOCKET=$2 "$rose_host" save "$4" >/dev/null
     CORVANSIL_ROSE_SOCKET=$2 "$rose_host" stop >/dev/null
     wait "$bridge" || true
 }
@@ -114,8 +115,7 @@ for side in linux windows; do
     open_rose "$work/$side-shop.sock" "$repo/examples/shop.mdl"
     "run_$side" export "$work/$side-shop.sock" "${!port_var}"
     open_rose "$work/$side-empty.sock" 
-    "run_$side" import "$work/$side-empty.sock" "${!port_var}"
-    CORVANSIL_ROSE_SOCKET=$work/$side-empty.sock "$rose_host" save "$work/$side.mdl" >/dev/null
+    "run_$side" import "$work/$side-empty.sock" "${!port_var}" "$work/$side.mdl"
     TAVRO_DATA=$work/tavro-$side "$tavro_host" class dump USER "$work/$side-classes" >/dev/null
 done
 
@@ -133,4 +133,60 @@ diff -r "$work/linux-classes" "$work/windows-classes" || { echo "the class defin
 model() { sed -E 's/"[0-9A-F]{12}"/"ID"/g; /<Time(Created|Changed)>/d' "$1"; }
 diff <(model "$work/linux.mdl") <(model "$work/windows.mdl") || { echo "the imported models differ" >&2; status=1; }
 echo "export log:"; cat "$work/windows-export.log"
+
+# Faults over COM, each beside the Linux run where there is one: the server refusing the login
+# (its reason must reach the message), a connection string the factory cannot use, and the
+# modelling tool's bridge gone in the middle of an export.
+fault() {  # fault NAME CONNECTION PASSWORD: the same export on both sides, its messages compared
+    open_rose "$work/$1.sock" "$repo/examples/shop.mdl"
+    CORVANSIL_ROSE_SOCKET=$work/$1.sock TAVRO_CONNECTION=$2 TAVRO_PASSWORD=$3 \
+        "$cli" export --all >"$work/linux-$1.log" 2>&1 || echo "exit $?" >>"$work/linux-$1.log"
+    run_windows_with "$1" "$work/$1.sock" "$2" "$3"
+    diff "$work/linux-$1.log" "$work/windows-$1.log" || { echo "$1: the messages differ" >&2; status=1; }
+}
+run_windows_with() {  # run_windows_with NAME SOCKET CONNECTION PASSWORD
+    local log=$work/bridge-$1.log bridge
+    "$rose_pipe" "$2" wine "$bridge_exe" 2>"$log" &
+    bridge=$!
+    wait_for "$log" "serving"
+    TAVRO_CONNECTION=$3 TAVRO_PASSWORD=$4 wine "$cli_exe" export --all \
+        >"$work/windows-$1.log" 2>&1 || echo "exit $?" >>"$work/windows-$1.log"
+    sed -i 's/\r$//' "$work/windows-$1.log"
+    CORVANSIL_ROSE_SOCKET=$2 "$rose_host" stop >/dev/null
+    wait "$bridge" || true
+}
+fault refused "127.0.0.1:$windows_port:USER" wrong-password
+fault malformed "127.0.0.1-$windows_port-USER" shop-secret
+grep -q "refused the login of user 'dev' to namespace 'USER': " "$work/windows-refused.log" ||
+    { echo "the server's refusal is not in the message" >&2; status=1; }
+
+# The bridge killed once the server holds the export's first class: the rows after it fail and
+# name the modelling tool, and the run ends with a failure status instead of a crash.
+"$tavro_host" init "$work/tavro-gone" --user dev --password-file "$work/password" >/dev/null
+"$tavro_host" serve "$work/tavro-gone" --port 0 >"$work/tavro-gone.log" 2>&1 &
+pids+=($!)
+wait_for "$work/tavro-gone.log" "serving"
+gone_port=$(sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/tavro-gone.log" | head -1)
+open_rose "$work/gone.sock" "$repo/examples/shop.mdl"
+"$rose_pipe" "$work/gone.sock" wine "$bridge_exe" 2>"$work/bridge-gone.log" &
+bridge=$!
+wait_for "$work/bridge-gone.log" "serving"
+TAVRO_CONNECTION=127.0.0.1:$gone_port:USER wine "$cli_exe" export --all \
+    >"$work/windows-gone.log" 2>&1 &
+run=$!
+for _ in $(seq 1 600); do
+    TAVRO_DATA=$work/tavro-gone "$tavro_host" class list USER 2>/dev/null | grep -q "^Shop\." && break
+    sleep 0.05
+done
+kill "$bridge"
+gone_status=0
+wait "$run" || gone_status=$?
+sed -i 's/\r$//' "$work/windows-gone.log"
+echo "bridge gone mid-run (exit status $gone_status):"; cat "$work/windows-gone.log"
+created=$(grep -c 'New Class Created' "$work/windows-gone.log" || true)
+if [ "$gone_status" -eq 0 ] || [ "$created" -ge 7 ] ||
+    ! grep -q 'the modelling tool (Rose.Application)' "$work/windows-gone.log"; then
+    echo "the bridge's end is not reported as it should be" >&2
+    status=1
+fi
 exit $status
