@@ -65,10 +65,10 @@ int ServeFactory() {
         },
         kTick);
     automation::com::RevokeFactory(registration);
-    automation::com::ServedCounts served = automation::com::ServedCallCounts();
+    automation::com::ServedCounts counts = automation::com::ServedCallCounts();
     std::fprintf(stderr, "tavro-factory: served %llu calls and %llu casts\n",
-                 static_cast<unsigned long long>(served.calls),
-                 static_cast<unsigned long long>(served.casts));
+                 static_cast<unsigned long long>(counts.calls),
+                 static_cast<unsigned long long>(counts.casts));
     return 0;
 }
 
