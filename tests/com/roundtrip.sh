@@ -63,12 +63,12 @@ printf 'shop-secret\n' > "$work/password"
 chmod 600 "$work/password"
 export TAVRO_USER=dev TAVRO_PASSWORD=shop-secret
 
-serve_tavro() {  # serve_tavro NAME: a fresh server; prints its port
+serve_tavro() {  # serve_tavro NAME: a fresh server; its port in $port
     "$tavro_host" init "$work/$1" --user dev --password-file "$work/password" >/dev/null
     "$tavro_host" serve "$work/$1" --port 0 >"$work/$1.log" 2>&1 &
     pids+=($!)
-    wait_for "$work/$1.log" "serving" >&2
-    sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/$1.log" | head -1
+    wait_for "$work/$1.log" "serving"
+    port=$(sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/$1.log" | head -1)
 }
 
 open_rose() {  # open_rose SOCKET [FILE]: rose-host with FILE, or a new model
@@ -108,8 +108,10 @@ run_windows() {  # run_windows DIRECTION SOCKET PORT [SAVE_AS]
 
 wine "$factory_exe" --register
 
-linux_port=$(serve_tavro tavro-linux)
-windows_port=$(serve_tavro tavro-windows)
+serve_tavro tavro-linux
+linux_port=$port
+serve_tavro tavro-windows
+windows_port=$port
 for side in linux windows; do
     port_var=${side}_port
     open_rose "$work/$side-shop.sock" "$repo/examples/shop.mdl"
@@ -162,11 +164,8 @@ grep -q "refused the login of user 'dev' to namespace 'USER': " "$work/windows-r
 
 # The bridge killed once the server holds the export's first class: the rows after it fail and
 # name the modelling tool, and the run ends with a failure status instead of a crash.
-"$tavro_host" init "$work/tavro-gone" --user dev --password-file "$work/password" >/dev/null
-"$tavro_host" serve "$work/tavro-gone" --port 0 >"$work/tavro-gone.log" 2>&1 &
-pids+=($!)
-wait_for "$work/tavro-gone.log" "serving"
-gone_port=$(sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/tavro-gone.log" | head -1)
+serve_tavro tavro-gone
+gone_port=$port
 open_rose "$work/gone.sock" "$repo/examples/shop.mdl"
 "$rose_pipe" "$work/gone.sock" wine "$bridge_exe" 2>"$work/bridge-gone.log" &
 bridge=$!
