@@ -4,7 +4,7 @@
 // TAVRO_PASSWORD, and its connections reach tavro-host over TCP.
 //
 //   tavro-factory.exe --register   registers the class with this program as its server
-//   tavro-factory.exe              serves (COM starts it so), until its last object is gone
+//   tavro-factory.exe              serves one object (COM starts it so), until it is gone
 #include <cstdio>
 #include <memory>
 #include <string>

@@ -77,8 +77,10 @@ void RegisterInterfaces(const std::string& libraryId, const std::string& library
 std::uint32_t RegisterActive(const std::string& clsid, const ObjectRef& object);
 void RevokeActive(std::uint32_t registration);
 
-// Makes this process the server of the class `clsid` for other processes: each object they
-// create is a new `make()`. Returns the registration, for RevokeFactory.
+// Makes this process the server of one object of the class `clsid`, `make()`, for the first
+// process that creates one; COM starts another server for the next (so each caller's object
+// lives in a process started by that caller, with that caller's environment). Returns the
+// registration, for RevokeFactory.
 std::uint32_t RegisterFactory(const std::string& clsid, std::function<ObjectRef()> make);
 void RevokeFactory(std::uint32_t registration);
 

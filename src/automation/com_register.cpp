@@ -126,7 +126,7 @@ std::uint32_t RegisterFactory(const std::string& clsid, std::function<ObjectRef(
     GUID guid = RequireGuid(clsid);
     auto* factory = new ClassFactory(std::move(make));
     DWORD registration = 0;
-    HRESULT hr = ::CoRegisterClassObject(guid, factory, CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
+    HRESULT hr = ::CoRegisterClassObject(guid, factory, CLSCTX_LOCAL_SERVER, REGCLS_SINGLEUSE,
                                          &registration);
     factory->Release();
     Check(hr, "cannot register the class " + clsid);

@@ -61,6 +61,7 @@ class Adapter;
 struct AdapterTable {
     std::mutex mutex;
     std::unordered_map<const Object*, Adapter*> byObject;
+    std::unordered_map<const IDispatch*, Adapter*> byDispatch;
 };
 
 AdapterTable& Adapters() {
@@ -115,6 +116,7 @@ class Adapter final : public IDispatch {
         if (left != 0) return left;
         auto it = table.byObject.find(object_.get());
         if (it != table.byObject.end() && it->second == this) table.byObject.erase(it);
+        table.byDispatch.erase(this);
         lock.unlock();
         delete this;
         return 0;
@@ -215,6 +217,7 @@ IDispatch* DispatchOfObject(const ObjectRef& object) {
     }
     auto* adapter = new Adapter(object);
     table.byObject.emplace(object.get(), adapter);
+    table.byDispatch.emplace(adapter, adapter);
     return adapter;
 }
 
@@ -234,10 +237,8 @@ namespace detail {
 ObjectRef AdaptedObject(IDispatch* dispatch) {
     AdapterTable& table = Adapters();
     std::lock_guard lock(table.mutex);
-    for (const auto& [object, adapter] : table.byObject) {
-        if (static_cast<IDispatch*>(adapter) == dispatch) return adapter->Adapted();
-    }
-    return nullptr;
+    auto it = table.byDispatch.find(dispatch);
+    return it == table.byDispatch.end() ? nullptr : it->second->Adapted();
 }
 
 }  // namespace detail
