@@ -16,11 +16,11 @@ set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
 
 # Programs not built for Windows yet.
 set(CORVANSIL_WIN32_LEFT_OUT_PROGRAMS
-    corvansil-cli)
+    )
 
 # Test folders built for Windows, and test programs in them that are not.
 set(CORVANSIL_WIN32_TEST_DIRS
-    automation cli install)
+    automation cli install com)
 set(CORVANSIL_WIN32_LEFT_OUT_TESTS
     automation_rpc_test install_test)
 
