@@ -16,7 +16,7 @@ set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
 
 # Test folders built for Windows, and test programs in them that are not.
 set(CORVANSIL_WIN32_TEST_DIRS
-    automation)
+    automation window)
 set(CORVANSIL_WIN32_LEFT_OUT_TESTS
     automation_rpc_test)
 
