@@ -4,7 +4,6 @@
 
 # Source folders (of the top-level list) that are not built for Windows.
 set(CORVANSIL_WIN32_LEFT_OUT_DIRS
-    src/run
     hosts/rose hosts/tavro)
 
 # Library sources (relative to the project folder) that corvansil_add_library drops.
