@@ -39,9 +39,9 @@ endfunction()
 # Qt on its offscreen platform so that window tests need no display. For Windows the program
 # runs under Wine, which sees the Linux file system as drive Z:; its tests are listed when
 # CTest runs (a build machine need not start Wine), and a program in
-# CORVANSIL_WIN32_LEFT_OUT_TESTS is not built.
+# CORVANSIL_WIN32_LEFT_OUT_TESTS is not built. FIXTURES names the CTest fixtures its tests need.
 function(corvansil_add_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;FIXTURES" ${ARGN})
     if(WIN32 AND name IN_LIST CORVANSIL_WIN32_LEFT_OUT_TESTS)
         return()
     endif()
@@ -51,7 +51,8 @@ function(corvansil_add_test name)
         target_compile_definitions(${name} PRIVATE
             CORVANSIL_SOURCE_DIR="Z:${PROJECT_SOURCE_DIR}"
             CORVANSIL_BINARY_DIR="Z:${PROJECT_BINARY_DIR}")
-        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+            PROPERTIES FIXTURES_REQUIRED "${ARG_FIXTURES}")
         return()
     endif()
     target_compile_definitions(${name} PRIVATE

@@ -10,14 +10,19 @@ set(CORVANSIL_WIN32_LEFT_OUT_DIRS
 set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
     src/automation/rpc_client.cpp src/automation/rpc_listen.cpp src/automation/rpc_server.cpp
     src/automation/rpc_socket.cpp
-    src/platform/files.cpp src/platform/registry_file.cpp src/platform/rose_socket.cpp
-    src/cli/console.cpp src/cli/report.cpp src/cli/run.cpp src/cli/stop.cpp)
+    src/platform/files_posix.cpp src/platform/registry.cpp src/platform/registry_file.cpp
+    src/platform/rose_socket.cpp
+    src/cli/report_file_posix.cpp src/cli/stop.cpp src/cli/terminal_posix.cpp)
+
+# Programs not built for Windows yet.
+set(CORVANSIL_WIN32_LEFT_OUT_PROGRAMS
+    corvansil-cli)
 
 # Test folders built for Windows, and test programs in them that are not.
 set(CORVANSIL_WIN32_TEST_DIRS
-    automation window)
+    automation cli install window)
 set(CORVANSIL_WIN32_LEFT_OUT_TESTS
-    automation_rpc_test)
+    automation_rpc_test install_test)
 
 # Resource scripts (.rc) are compiled with windres.
 enable_language(RC)

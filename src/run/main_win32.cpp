@@ -17,8 +17,9 @@
 
 namespace {
 
-// The text after the program's name: the name is quoted or ends at the first blank; the blanks
-// after it belong to neither.
+// The text after the program's name: the name ends at its closing quote when it starts with
+// one, else at the first blank or tab; one blank or tab after it is the separation, the rest
+// belongs to the arguments.
 std::string ArgumentText(const wchar_t* commandLine) {
     const wchar_t* p = commandLine;
     if (*p == L'"') {
@@ -28,7 +29,7 @@ std::string ArgumentText(const wchar_t* commandLine) {
     } else {
         while (*p != L'\0' && *p != L' ' && *p != L'\t') ++p;
     }
-    while (*p == L' ' || *p == L'\t') ++p;
+    if (*p == L' ' || *p == L'\t') ++p;
     return platform::win32::Narrow(p);
 }
 
@@ -51,9 +52,9 @@ int main() {
     try {
         run::Main(commandLine);
     } catch (const std::exception& error) {
-        // A failed silent installation tells the installer on standard error and its exit
-        // status; a box only where a person can answer it.
-        if (silent) run::EndSilentInstallWithError(error, run::HasInteractiveDisplay());
+        // A failed silent installation tells the installer on standard error and by its exit
+        // status; it shows no window.
+        if (silent) run::EndSilentInstallWithError(error, /*showBox=*/false);
         run::EndWithUntrappedError(error);
     }
     if (window::frmImportExport == nullptr && window::win32::StartUpWindow() == nullptr) return 0;

@@ -39,8 +39,10 @@ void ShowTransferWindow() {
 
 void InstallProgram() {
     platform::win32::InstallWin32Ui();
+#if CORVANSIL_COM_ATTACH
     platform::InstallTavroFactory();
     platform::InstallRoseAttach();
+#endif
     Ops().showTransferWindow = ShowTransferWindow;
     Ops().addTavroSpecialClasses = importing::AddTavroSpecialClasses;
 }
