@@ -105,6 +105,12 @@ void ImportExportWindow::InitDialog(HWND dialog) {
     available_ = std::make_unique<ListBoxList>(Item(IDC_LSTAVAILABLECLASSES));
     selected_ = std::make_unique<ListBoxList>(Item(IDC_LSTSELECTEDCLASSES));
     AddTooltips();
+    // The frames lie under their controls, so that a label, which keeps clear of the controls
+    // above it, gives way to the list it touches as a drawn label would.
+    for (int frame : {IDC_FRAMAIN, IDC_FRALOG}) {
+        SetWindowPos(Item(frame), HWND_BOTTOM, 0, 0, 0, 0,
+                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    }
 
     // The client area it is created with; the size change lays the controls out for it.
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(hwnd_, GWL_STYLE));
