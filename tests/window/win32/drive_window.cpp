@@ -12,6 +12,7 @@
 //   status            print "-- " and the status bar's text
 //   close             press the close button (Cancel asks first: answer the box next)
 //   wait-exit         wait until the program has ended
+//   pause:MS          wait MS milliseconds (for a person or a screenshot to see the window)
 // Every wait gives up after 120 s with exit status 2; a missing window or control is status 1.
 #include <cstdio>
 #include <cstring>
@@ -228,6 +229,8 @@ int main(int argc, char** argv) {
             std::printf("-- %s\n", TextOf(Control(main, IDC_STATUSBAR)).c_str());
         } else if (action == "close") {
             PostMessageW(Control(main, IDC_CMDCLOSE), BM_CLICK, 0, 0);
+        } else if (action.rfind("pause:", 0) == 0) {
+            Sleep(static_cast<DWORD>(std::stoul(action.substr(6))));
         } else if (action == "wait-exit") {
             if (WaitForSingleObject(program, kPatience) != WAIT_OBJECT_0)
                 GiveUp(2, "the program did not end");

@@ -113,7 +113,9 @@ run_linux() {  # run_linux DIRECTION SOCKET PORT
 # Corvansil.exe opens its window, drive_window selects every class, starts, reads the log back
 # once the close button reads "Close", and closes.
 run_windows() {  # run_windows DIRECTION SOCKET PORT
-    local log=$work/bridge-$1.log bridge word caption
+    # WINDOW_PAUSE (ms) holds the window in each state, for screenshots.
+    local pause=${WINDOW_PAUSE:-0}
+    local log=$work/bridge-$1.log bridge word caption addin_pid
     "$rose_pipe" "$2" wine "$bridge_exe" 2>"$log" &
     bridge=$!
     pids+=("$bridge")
@@ -124,9 +126,16 @@ run_windows() {  # run_windows DIRECTION SOCKET PORT
         word=IMPORT caption="Import Classes from Tavro to Rose"
     fi
     TAVRO_CONNECTION=127.0.0.1:$3:USER wine "$addin_exe" "$word" >"$work/addin-$1.log" 2>&1 &
-    pids+=($!)
-    wine "$driver_exe" "$caption" select-all start wait-done rows status close wait-exit \
-        >"$work/windows-$1.log" 2>&1 || echo "exit $?" >>"$work/windows-$1.log"
+    addin_pid=$!
+    pids+=("$addin_pid")
+    # A run that never finishes leaves the program waiting on a box: it is ended here.
+    wine "$driver_exe" "$caption" "pause:$pause" select-all "pause:$pause" start wait-done rows \
+        status close wait-exit \
+        >"$work/windows-$1.log" 2>&1 || {
+        echo "exit $?" >>"$work/windows-$1.log"
+        kill "$addin_pid" 2>/dev/null || true
+    }
+    wait "$addin_pid" 2>/dev/null || true
     [ "$1" = export ] || return 0
     CORVANSIL_ROSE_SOCKET=$2 "$rose_host" stop >/dev/null
     wait "$bridge" || true
