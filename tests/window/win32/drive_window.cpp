@@ -12,6 +12,8 @@
 //   status            print "-- " and the status bar's text
 //   close             press the close button (Cancel asks first: answer the box next)
 //   wait-exit         wait until the program has ended
+//   press:BUTTON      press BUTTON (ok, cancel, retry, yes, no) of the window itself, when
+//                     the window found is a message box
 //   pause:MS          wait MS milliseconds (for a person or a screenshot to see the window)
 // Every wait gives up after 120 s with exit status 2; a missing window or control is status 1.
 #include <cstdio>
@@ -229,6 +231,8 @@ int main(int argc, char** argv) {
             std::printf("-- %s\n", TextOf(Control(main, IDC_STATUSBAR)).c_str());
         } else if (action == "close") {
             PostMessageW(Control(main, IDC_CMDCLOSE), BM_CLICK, 0, 0);
+        } else if (action.rfind("press:", 0) == 0) {
+            PostMessageW(Control(main, ButtonId(action.substr(6))), BM_CLICK, 0, 0);
         } else if (action.rfind("pause:", 0) == 0) {
             Sleep(static_cast<DWORD>(std::stoul(action.substr(6))));
         } else if (action == "wait-exit") {
