@@ -74,12 +74,13 @@ printf 'shop-secret\n' > "$work/password"
 chmod 600 "$work/password"
 export TAVRO_USER=dev TAVRO_PASSWORD=shop-secret
 
-serve_tavro() {  # serve_tavro NAME: a fresh server; prints its port
+# Not in a subshell: the server's process must reach `pids` to be ended with the run.
+serve_tavro() {  # serve_tavro NAME VARIABLE: a fresh server; its port goes into VARIABLE
     "$tavro_host" init "$work/$1" --user dev --password-file "$work/password" >/dev/null
     "$tavro_host" serve "$work/$1" --port 0 >"$work/$1.log" 2>&1 &
     pids+=($!)
     wait_for "$work/$1.log" "serving" >&2
-    sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/$1.log" | head -1
+    printf -v "$2" '%s' "$(sed -n 's/.*127\.0\.0\.1:\([0-9]*\).*/\1/p' "$work/$1.log" | head -1)"
 }
 
 open_rose() {  # open_rose SOCKET [FILE]: rose-host with FILE, or a new model
@@ -143,8 +144,8 @@ run_windows() {  # run_windows DIRECTION SOCKET PORT
 
 wine "$factory_exe" --register
 
-linux_port=$(serve_tavro tavro-linux)
-windows_port=$(serve_tavro tavro-windows)
+serve_tavro tavro-linux linux_port
+serve_tavro tavro-windows windows_port
 for side in linux windows; do
     port_var=${side}_port
     open_rose "$work/$side-shop.sock" "$repo/examples/shop.mdl"
