@@ -20,7 +20,7 @@ set(CORVANSIL_WIN32_LEFT_OUT_PROGRAMS
 
 # Test folders built for Windows, and test programs in them that are not.
 set(CORVANSIL_WIN32_TEST_DIRS
-    automation cli install com)
+    automation cli install com window)
 set(CORVANSIL_WIN32_LEFT_OUT_TESTS
     automation_rpc_test install_test)
 

@@ -1,57 +1,62 @@
-// Corvansil.exe: the Windows entry. The command line is the text after the program's own name,
-// as the system hands it over; the entry routine reads the command word out of it.
-#include <windows.h>
-
+// The `corvansil.exe` entry: the command line as the system hands it over (all after the
+// program's own name), COM for the attachments, the Win32 windows, then the entry routine.
+// The process lives in its message loop while one of its windows is open.
 #include <cstdio>
+#include <exception>
 #include <string>
 
+#include "platform/platform.h"
+#include "platform/win32/win32_ui.h"
+#include "run/program.h"
 #include "run/run.h"
+#include "window/win32/window_win32.h"
+#include "window/window.h"
+
+// objbase.h after the program's own headers: they bring windows.h in its own way.
+#include <objbase.h>
 
 namespace {
 
-std::string Utf8(const std::wstring& text) {
-    if (text.empty()) return "";
-    int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                     nullptr, 0, nullptr, nullptr);
-    std::string narrow(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
-                          size, nullptr, nullptr);
-    return narrow;
-}
-
-// The program's name ends at the closing quote when it starts with one, else at the first blank
-// or tab; one blank or tab after it belongs to the separation, the rest to the arguments.
-std::string ArgumentText() {
-    std::wstring line = ::GetCommandLineW();
-    std::size_t end = 0;
-    if (!line.empty() && line[0] == L'"') {
-        end = line.find(L'"', 1);
-        end = end == std::wstring::npos ? line.size() : end + 1;
+// The text after the program's name: the name ends at its closing quote when it starts with
+// one, else at the first blank or tab; one blank or tab after it is the separation, the rest
+// belongs to the arguments.
+std::string ArgumentText(const wchar_t* commandLine) {
+    const wchar_t* p = commandLine;
+    if (*p == L'"') {
+        ++p;
+        while (*p != L'\0' && *p != L'"') ++p;
+        if (*p == L'"') ++p;
     } else {
-        end = line.find_first_of(L" \t");
-        if (end == std::wstring::npos) end = line.size();
+        while (*p != L'\0' && *p != L' ' && *p != L'\t') ++p;
     }
-    if (end < line.size()) ++end;
-    return Utf8(line.substr(end));
+    if (*p == L' ' || *p == L'\t') ++p;
+    return platform::win32::Narrow(p);
 }
 
 }  // namespace
 
 int main() {
-    std::string commandLine = ArgumentText();
+    const std::string commandLine = ArgumentText(GetCommandLineW());
+    // Answered before any window: not a command word of the modelling tool's menu.
     if (run::CommandWord(commandLine) == "--VERSION") {
         std::printf("corvansil %s\n", run::ProgramVersion);
         return 0;
     }
-    if (run::RunKindOf(run::CommandWord(commandLine)) != run::RunKind::SilentInstall) {
-        // The windows of this build are not written yet: only the silent installation runs.
-        std::fprintf(stderr, "corvansil: only INSTALL runs in this build\n");
-        return 2;
-    }
+    // One apartment on the one user-interface thread: the modelling tool and the server's
+    // factory are called from here only.
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    run::InstallProgram();
+
+    const bool silent =
+        run::RunKindOf(run::CommandWord(commandLine)) == run::RunKind::SilentInstall;
     try {
         run::Main(commandLine);
     } catch (const std::exception& error) {
-        run::EndSilentInstallWithError(error, /*showBox=*/false);
+        // A failed silent installation tells the installer on standard error and by its exit
+        // status; it shows no window.
+        if (silent) run::EndSilentInstallWithError(error, /*showBox=*/false);
+        run::EndWithUntrappedError(error);
     }
-    return 0;
+    if (window::frmImportExport == nullptr && window::win32::StartUpWindow() == nullptr) return 0;
+    return platform::win32::RunMessageLoop();
 }
