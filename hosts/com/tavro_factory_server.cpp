@@ -4,7 +4,7 @@
 // TAVRO_PASSWORD, and its connections reach tavro-host over TCP.
 //
 //   tavro-factory.exe --register   registers the class with this program as its server
-//   tavro-factory.exe              serves one object (COM starts it so), until it is gone
+//   tavro-factory.exe              serves one caller (COM starts it so), until it lets go
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -18,11 +18,9 @@ namespace {
 
 constexpr const char* kFactoryClass = "{8E3A7C20-5D1B-4F6A-9C2E-7B4D1A0F3E51}";
 
-// Ticks of the serving loop: how long to wait for the first object, and how long to stay
-// once the last one is gone (a caller that creates the next one at once finds us still here).
+// Ticks of the serving loop, and how many to wait for the first object.
 constexpr auto kTick = std::chrono::milliseconds(100);
 constexpr int kFirstObjectTicks = 600;
-constexpr int kIdleTicks = 20;
 
 // The factory object of the socket build, which also tells why its last OpenConnection
 // failed ("LastConnectionFailure"), for the add-in's messages.
@@ -51,20 +49,23 @@ int Register() {
 int ServeFactory() {
     std::uint32_t registration =
         automation::com::RegisterFactory(kFactoryClass, [] { return std::make_shared<Factory>(); });
-    bool served = false;
+    bool registered = true;
     int ticks = 0;
+    // The process serves its first caller only, whose environment it was started with: once
+    // that caller holds an object the class is withdrawn (the next caller gets a server of its
+    // own), and the process ends when the caller has let go of every object and lock.
     comhost::Serve(
         [&] {
-            if (automation::com::AdapterCount() > 0) {
-                served = true;
-                ticks = 0;
-                return false;
+            bool held = automation::com::AdapterCount() + automation::com::ServerLocks() > 0;
+            if (registered && held) {
+                automation::com::RevokeFactory(registration);
+                registered = false;
             }
-            ++ticks;
-            return served ? ticks >= kIdleTicks : ticks >= kFirstObjectTicks;
+            if (!registered) return !held;
+            return ++ticks >= kFirstObjectTicks;
         },
         kTick);
-    automation::com::RevokeFactory(registration);
+    if (registered) automation::com::RevokeFactory(registration);
     automation::com::ServedCounts counts = automation::com::ServedCallCounts();
     std::fprintf(stderr, "tavro-factory: served %llu calls and %llu casts\n",
                  static_cast<unsigned long long>(counts.calls),

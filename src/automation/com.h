@@ -84,4 +84,8 @@ void RevokeActive(std::uint32_t registration);
 std::uint32_t RegisterFactory(const std::string& clsid, std::function<ObjectRef()> make);
 void RevokeFactory(std::uint32_t registration);
 
+// How many locks callers hold on this server (IClassFactory::LockServer); a server with a lock
+// stays even when it has no objects.
+std::size_t ServerLocks();
+
 }  // namespace automation::com

@@ -9,6 +9,9 @@
 namespace automation::com {
 namespace {
 
+// Locks callers hold on this server through IClassFactory::LockServer.
+std::atomic<long> gServerLocks{0};
+
 GUID RequireGuid(const std::string& text) {
     GUID guid;
     if (!detail::ParseGuid(text, guid)) throw AutomationError("not an identifier: " + text);
@@ -64,7 +67,14 @@ class ClassFactory final : public IClassFactory {
             return E_FAIL;
         }
     }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+        if (lock) {
+            ++gServerLocks;
+        } else {
+            --gServerLocks;
+        }
+        return S_OK;
+    }
 
   private:
     ~ClassFactory() = default;
@@ -134,5 +144,10 @@ std::uint32_t RegisterFactory(const std::string& clsid, std::function<ObjectRef(
 }
 
 void RevokeFactory(std::uint32_t registration) { ::CoRevokeClassObject(registration); }
+
+std::size_t ServerLocks() {
+    long locks = gServerLocks.load();
+    return locks > 0 ? static_cast<std::size_t>(locks) : 0;
+}
 
 }  // namespace automation::com
