@@ -150,6 +150,7 @@ run_windows_with() {  # run_windows_with NAME SOCKET CONNECTION PASSWORD
     local log=$work/bridge-$1.log bridge
     "$rose_pipe" "$2" wine "$bridge_exe" 2>"$log" &
     bridge=$!
+    pids+=("$bridge")
     wait_for "$log" "serving"
     TAVRO_CONNECTION=$3 TAVRO_PASSWORD=$4 wine "$cli_exe" export --all \
         >"$work/windows-$1.log" 2>&1 || echo "exit $?" >>"$work/windows-$1.log"
@@ -169,10 +170,12 @@ gone_port=$port
 open_rose "$work/gone.sock" "$repo/examples/shop.mdl"
 "$rose_pipe" "$work/gone.sock" wine "$bridge_exe" 2>"$work/bridge-gone.log" &
 bridge=$!
+pids+=("$bridge")
 wait_for "$work/bridge-gone.log" "serving"
 TAVRO_CONNECTION=127.0.0.1:$gone_port:USER wine "$cli_exe" export --all \
     >"$work/windows-gone.log" 2>&1 &
 run=$!
+pids+=("$run")
 for _ in $(seq 1 600); do
     TAVRO_DATA=$work/tavro-gone "$tavro_host" class list USER 2>/dev/null | grep -q "^Shop\." && break
     sleep 0.05
