@@ -163,6 +163,17 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// User and system time this process has used so far: what the wall time of a step less its
+// CPU time leaves is waiting (for the disk, a reply, or a core).
+double CpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
 // The add-in's part: export every class named in `selection` (name, key), let the modelling
 // tool start an empty model, import every exported class into it.
 Figures Transfer(const ObjectRef& control,
@@ -191,9 +202,11 @@ Figures Transfer(const ObjectRef& control,
             std::int16_t at = form.lstSelectedClasses().AddItem(name);
             form.lstSelectedClassIDs().InsertItem(at, key);
         }
+        double cpu = CpuSeconds();
         auto start = std::chrono::steady_clock::now();
         exporting::ExportClasses();
         figures.exportSeconds = SecondsSince(start);
+        figures.exportCpuSeconds = CpuSeconds() - cpu;
         figures.failedRows += FailedRows(form);
     }
     figures.exportCommits = gCommits - commits;
@@ -210,9 +223,11 @@ Figures Transfer(const ObjectRef& control,
         window::frmImportExport = &form;
         for (const auto& entry : selection)
             form.lstSelectedClasses().AddItem("Shop." + entry.first);
+        double cpu = CpuSeconds();
         auto start = std::chrono::steady_clock::now();
         importing::ImportClasses();
         figures.importSeconds = SecondsSince(start);
+        figures.importCpuSeconds = CpuSeconds() - cpu;
         figures.failedRows += FailedRows(form);
     }
     figures.importCommits = gCommits - commits;
@@ -276,20 +291,21 @@ std::string ReadLine(int fd) {
 }
 
 std::string FiguresText(const Figures& f) {
-    char text[240];
-    std::snprintf(text, sizeof text, "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu %llu %llu\n",
+    char text[300];
+    std::snprintf(text, sizeof text,
+                  "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu %llu %llu %.6f %.6f\n",
                   f.exportSeconds, f.importSeconds, f.calls, f.waits, f.failedRows,
                   f.importedClasses, f.gets, f.puts, f.methods, f.casts, f.exportCommits,
-                  f.importCommits);
+                  f.importCommits, f.exportCpuSeconds, f.importCpuSeconds);
     return text;
 }
 
 Figures ParseFigures(const std::string& text) {
     Figures f;
-    if (std::sscanf(text.c_str(), "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu",
+    if (std::sscanf(text.c_str(), "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu %lf %lf",
                     &f.exportSeconds, &f.importSeconds, &f.calls, &f.waits, &f.failedRows,
                     &f.importedClasses, &f.gets, &f.puts, &f.methods, &f.casts, &f.exportCommits,
-                    &f.importCommits) != 12) {
+                    &f.importCommits, &f.exportCpuSeconds, &f.importCpuSeconds) != 14) {
         f.failedRows = -1;
     }
     return f;
@@ -421,6 +437,8 @@ void Report(benchmark::State& state, const Figures& f, int expectedClasses, doub
     state.SetIterationTime(seconds);
     state.counters["export_ms"] = f.exportSeconds * 1000;
     state.counters["import_ms"] = f.importSeconds * 1000;
+    state.counters["export_cpu_ms"] = f.exportCpuSeconds * 1000;
+    state.counters["import_cpu_ms"] = f.importCpuSeconds * 1000;
     state.counters["ms" + per] = seconds * 1000 / perUnit;
     state.counters["requests" + per] = static_cast<double>(f.calls) / perUnit;
     state.counters["roundtrips" + per] = static_cast<double>(f.waits) / perUnit;

@@ -22,6 +22,9 @@ struct Shape {
 struct Figures {
     double exportSeconds = 0;
     double importSeconds = 0;
+    // The add-in process's CPU time (user and system) during the export and the import.
+    double exportCpuSeconds = 0;
+    double importCpuSeconds = 0;
     unsigned long long calls = 0;
     unsigned long long waits = 0;
     // Of the waits: property gets, puts, method calls and interface casts.
