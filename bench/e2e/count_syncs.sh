@@ -3,10 +3,13 @@
 # data directory under strace, runs roundtrip_bench's socket round trip of N classes against it
 # (ROUNDTRIP_TAVRO), stops it and sorts its fsync/fdatasync calls by file, those of the export
 # and import apart from those of starting up.
-#   bench/e2e/count_syncs.sh BUILD_DIR [CLASSES]   (100 by default; 1000 or 5000 also run)
+#   bench/e2e/count_syncs.sh BUILD_DIR [CLASSES [BENCHMARK]]
+# CLASSES is 100 by default (1000 and 5000 also run); BENCHMARK is BM_RoundTripOverSockets, or
+# BM_ExportBackOverSockets (100 only) for an export that replaces every class it writes.
 set -euo pipefail
 build=${1:?build directory}
 classes=${2:-100}
+bench=${3:-BM_RoundTripOverSockets}
 work=$(mktemp -d /tmp/count-syncs-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 printf dev-secret >"$work/pw"
@@ -20,8 +23,8 @@ address=$(sed -n 's/.* on \(tcp:.*\)$/\1/p' "$work/out")
 host=$(grep -m1 -o '^[0-9]*' "$work/trace")  # the first line is tavro-host's own
 
 ROUNDTRIP_TAVRO=$address "$build/bench/e2e/roundtrip_bench" \
-    --benchmark_filter="BM_RoundTripOverSockets/$classes/" --benchmark_format=json |
-    grep -E '"(export_ms|import_ms|roundtrips/class)"' || true
+    --benchmark_filter="$bench/$classes/" --benchmark_format=json |
+    grep -E '"(export_ms|import_ms|back_ms|roundtrips/class|error_message)"' || true
 kill -TERM "$host"
 wait "$tracer" || true
 
@@ -30,4 +33,4 @@ sed -E 's/count-syncs-[A-Za-z0-9]+/W/g' "$work/trace" |
     awk '/ accept/ { run = 1 } $2 ~ /^(fsync|fdatasync|sync_file_range)\(/ {
             print (run ? "run    " : "startup"), $2 }' |
     sed -E 's/\([0-9]+</ /; s/>.*$//' | sort | uniq -c
-echo "classes exported: $classes"
+echo "$bench: $classes classes"

@@ -69,6 +69,41 @@ BENCHMARK(BM_RoundTripOverSocketsPipelined)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1);
 
+// The round trip followed by an export of the imported classes back over their definitions,
+// each replacing the class it came from (a delete, the class's own XML, the save).
+void BM_ExportBackInProcess(benchmark::State& state) {
+    roundtrip::Shape shape;
+    shape.classes = static_cast<int>(state.range(0));
+    shape.exportBack = true;
+    for (auto _ : state) {
+        roundtrip::Figures f = roundtrip::RunInProcess(shape);
+        roundtrip::Report(state, f, shape.classes, shape.classes, "class",
+                          "back/" + Key(shape.classes), /*inProcess=*/true);
+    }
+}
+BENCHMARK(BM_ExportBackInProcess)
+    ->Arg(100)
+    ->Arg(1000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
+void BM_ExportBackOverSockets(benchmark::State& state) {
+    roundtrip::Shape shape;
+    shape.classes = static_cast<int>(state.range(0));
+    shape.exportBack = true;
+    for (auto _ : state) {
+        roundtrip::Figures f = roundtrip::RunOverSockets(shape, /*pipelinePuts=*/false);
+        roundtrip::Report(state, f, shape.classes, shape.classes, "class",
+                          "back/" + Key(shape.classes), /*inProcess=*/false);
+    }
+}
+BENCHMARK(BM_ExportBackOverSockets)
+    ->Arg(100)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -107,10 +107,39 @@ double CpuSeconds() {
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
+// Exports every class of the model just imported back over the definitions it came from,
+// with "override" checked, as a user who edits and sends back does: each class is replaced.
+void ExportBack(Figures& figures) {
+    ObjectRef classes = rose::AllClasses(rose::ActiveModel(rose::RoseApp));
+    std::vector<std::pair<std::string, std::string>> selection;
+    for (std::int16_t i = 1, count = rose::Count(classes); i <= count; ++i) {
+        ObjectRef cls = rose::ItemAt(classes, i);
+        selection.emplace_back(rose::Name(cls), rose::UniqueKey(cls));
+    }
+    std::uint64_t waits = automation::rpc::WaitCount();
+    unsigned long long commits = gCommits;
+    window::PlainWindow form;
+    window::frmImportExport = &form;
+    form.SetCheckValue(window::CheckBox::Override, 1);
+    for (const auto& [name, key] : selection) {
+        std::int16_t at = form.lstSelectedClasses().AddItem(name);
+        form.lstSelectedClassIDs().InsertItem(at, key);
+    }
+    auto start = std::chrono::steady_clock::now();
+    exporting::ExportClasses();
+    figures.exportBackSeconds = SecondsSince(start);
+    figures.failedRows += FailedRows(form);
+    window::frmImportExport = nullptr;
+    figures.exportBackCommits = gCommits - commits;
+    figures.exportBackWaits = automation::rpc::WaitCount() - waits;
+}
+
 // The add-in's part: export every class named in `selection` (name, key), let the modelling
-// tool start an empty model, import every exported class into it.
+// tool start an empty model, import every exported class into it, and with `exportBack`
+// export the imported classes back.
 Figures Transfer(const ObjectRef& control,
-                 const std::vector<std::pair<std::string, std::string>>& selection) {
+                 const std::vector<std::pair<std::string, std::string>>& selection,
+                 bool exportBack) {
     platform::ResetUi();
     platform::Ui().messageBox = [](const platform::MessageBoxRequest&) {
         return platform::Answer::Ok;
@@ -173,6 +202,7 @@ Figures Transfer(const ObjectRef& control,
     figures.methods = after.methods - kinds.methods;
     figures.casts = after.casts - kinds.casts;
     figures.importedClasses = automation::CallByName(control, "ClassCount").ToInt32();
+    if (exportBack) ExportBack(figures);
     rose::RoseApp = nullptr;
     server::ServerFactory = nullptr;
     return figures;
@@ -224,21 +254,25 @@ std::string ReadLine(int fd) {
 }
 
 std::string FiguresText(const Figures& f) {
-    char text[300];
+    char text[400];
     std::snprintf(text, sizeof text,
-                  "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu %llu %llu %.6f %.6f\n",
+                  "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu %llu %llu %.6f %.6f %.6f %llu "
+                  "%llu\n",
                   f.exportSeconds, f.importSeconds, f.calls, f.waits, f.failedRows,
                   f.importedClasses, f.gets, f.puts, f.methods, f.casts, f.exportCommits,
-                  f.importCommits, f.exportCpuSeconds, f.importCpuSeconds);
+                  f.importCommits, f.exportCpuSeconds, f.importCpuSeconds, f.exportBackSeconds,
+                  f.exportBackCommits, f.exportBackWaits);
     return text;
 }
 
 Figures ParseFigures(const std::string& text) {
     Figures f;
-    if (std::sscanf(text.c_str(), "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu %lf %lf",
+    if (std::sscanf(text.c_str(),
+                    "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu %lf %lf %lf %llu %llu",
                     &f.exportSeconds, &f.importSeconds, &f.calls, &f.waits, &f.failedRows,
                     &f.importedClasses, &f.gets, &f.puts, &f.methods, &f.casts, &f.exportCommits,
-                    &f.importCommits, &f.exportCpuSeconds, &f.importCpuSeconds) != 14) {
+                    &f.importCommits, &f.exportCpuSeconds, &f.importCpuSeconds,
+                    &f.exportBackSeconds, &f.exportBackCommits, &f.exportBackWaits) != 17) {
         f.failedRows = -1;
     }
     return f;
@@ -294,7 +328,7 @@ Figures RunInProcess(const Shape& shape) {
             return tavro::NewLoginObject(dir);
         };
         AnswerConnection("127.0.0.1:1");
-        Figures f = Transfer(NewControl(host), selection);
+        Figures f = Transfer(NewControl(host), selection, shape.exportBack);
         WriteAll(out, FiguresText(f));
         std::filesystem::remove_all(dir);
     });
@@ -339,7 +373,7 @@ Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
         automation::rpc::SetPipelinePuts(pipelinePuts);
         AnswerConnection(tavroAddress.substr(4));
         ObjectRef control = automation::rpc::Connect(socket);
-        Figures f = Transfer(control, selection);
+        Figures f = Transfer(control, selection, shape.exportBack);
         try {
             automation::CallByName(control, "Quit");
         } catch (const automation::AutomationError&) {
@@ -382,7 +416,14 @@ void Report(benchmark::State& state, const Figures& f, int expectedClasses, doub
     state.counters["addin_MiB"] = f.addinMiB;
     if (f.roseMiB > 0) state.counters["rose_MiB"] = f.roseMiB;
     if (f.tavroMiB > 0) state.counters["tavro_MiB"] = f.tavroMiB;
+    if (f.exportBackSeconds > 0) {
+        state.counters["back_ms"] = f.exportBackSeconds * 1000;
+        state.counters["back_roundtrips" + per] = static_cast<double>(f.exportBackWaits) / perUnit;
+    }
     if (inProcess) {
+        if (f.exportBackSeconds > 0) {
+            state.counters["commits_back"] = static_cast<double>(f.exportBackCommits);
+        }
         state.counters["commits_export"] = static_cast<double>(f.exportCommits);
         state.counters["commits_import"] = static_cast<double>(f.importCommits);
         inProcessSeconds[key] = seconds;

@@ -17,6 +17,9 @@ struct Shape {
     int attributes = 20;
     int operations = 5;
     int associations = 2;
+    // After the import, export the imported classes back over their definitions ("override"
+    // checked); timed and counted apart from the round trip.
+    bool exportBack = false;
 };
 
 struct Figures {
@@ -32,6 +35,9 @@ struct Figures {
     // SQLite transactions the store committed during the export and during the import;
     // counted only where the store is in the add-in's process.
     unsigned long long exportCommits = 0, importCommits = 0;
+    // The export back: its time, the store's commits (in process) and the round trips.
+    double exportBackSeconds = 0;
+    unsigned long long exportBackCommits = 0, exportBackWaits = 0;
     int failedRows = 0;
     int importedClasses = 0;
     // Peak resident sizes in MiB; 0 for a program that is not there.
