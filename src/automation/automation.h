@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -118,6 +120,9 @@ class Object {
                                    CallUse) {
         return InvokeByName(name, kind, args);
     }
+
+    // True when reads of this object can be announced ahead (see AnnounceReads).
+    virtual bool ReadsAhead() const { return false; }
 };
 
 // Call helpers. Each raises `AutomationError` when `obj` is no object.
@@ -133,6 +138,47 @@ void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args&
 // Method calls that only read.
 Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
 Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args = {});
+
+// --- Reads announced ahead ---
+//
+// A run that reads much of one element at a time (a class and its members, a definition and
+// its members) saves a round trip per read when the other process is reached over our
+// sockets: it first walks the reads it is about to make (`AnnounceReads`), which sends them in
+// one write per connection and reads their replies together, a few times over for reads that
+// depend on earlier ones; while a `ReadScope` is open each connection keeps the replies
+// (results and errors alike) and answers the run's identical read from them. Over COM, and
+// for objects of this process, every call is its own call anyway: walking there would only
+// double the calls, so a run walks only where `ReadsAhead` says so.
+//
+// What is kept is what the other side would answer again: a connection forgets everything it
+// kept as soon as a call that may change something is made on it, so a read never sees a value
+// older than the last change the run itself made there. Walking changes neither the order of
+// the calls that change something nor which call raises an error: a kept error is raised by
+// the read itself, where the run makes it, as if it had just been sent. A read is a property
+// get or a method call made with CallUse::ReadOnly; only those are kept.
+class ReadScope {
+  public:
+    ReadScope();
+    ~ReadScope();  // the outermost scope's end forgets every kept reply
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+};
+
+// Raised inside AnnounceReads by a read whose reply is not kept yet (it is announced), and by
+// any call that is no read (it is not sent).
+class NotYetRead : public std::exception {
+  public:
+    const char* what() const noexcept override { return "not read yet"; }
+};
+
+// Runs `walk` until it announces nothing new, fetching what each round announced: each read
+// is answered from what is kept, or announced and raises NotYetRead. `walk` makes the reads
+// of the run ahead, catching per branch whatever they raise. Does nothing outside a ReadScope.
+void AnnounceReads(const std::function<void()>& walk);
+// True when announcing reads of `obj` saves round trips.
+bool ReadsAhead(const ObjectRef& obj);
+// True while a ReadScope is open.
+bool ReadScopeOpen();
 
 // The interface cast: returns `obj` itself when it implements `iid`, else raises
 // "No such interface supported". No object stays no object.

@@ -53,6 +53,8 @@ Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Ar
     return Require(obj)->InvokeByNameAs(name, CallKind::Method, args, CallUse::ReadOnly);
 }
 
+bool ReadsAhead(const ObjectRef& obj) { return obj && obj->ReadsAhead(); }
+
 bool SameIid(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     for (size_t i = 0; i < a.size(); ++i) {

@@ -41,6 +41,9 @@ struct ClientOptions {
     // False: every call waits for its reply, Pipeline scopes and pipelinePuts notwithstanding
     // (for comparing a run sent ahead with one that is not).
     bool sendAhead = true;
+    // False: announced reads are not sent ahead and no reply is kept (see ReadScope), every
+    // read waits for its own reply (for comparing a run that reads ahead with one that does not).
+    bool readAhead = true;
     // Who is at the other end, as the connection's own errors name it ("the modelling tool
     // (rose-host) closed the connection"): a run talks to two programs, and its log must say
     // which of them went away.
@@ -106,12 +109,14 @@ std::uint64_t CallCount();
 std::uint64_t WaitCount();
 
 // The requests waited for, by what they asked (interface casts include the few requests that
-// end a failed run of calls sent ahead).
+// end a failed run of calls sent ahead; gets include each fetch of announced reads), and the
+// waits for the replies of calls sent ahead (syncs).
 struct WaitCounts {
     std::uint64_t gets = 0;
     std::uint64_t puts = 0;
     std::uint64_t methods = 0;
     std::uint64_t casts = 0;
+    std::uint64_t syncs = 0;
 };
 WaitCounts WaitCountsByKind();
 

@@ -12,12 +12,30 @@ namespace {
 std::atomic<std::uint64_t> gCalls{0};
 std::atomic<std::uint64_t> gWaits{0};
 std::atomic<std::uint64_t> gWaitedGets{0}, gWaitedPuts{0}, gWaitedMethods{0}, gWaitedCasts{0};
+std::atomic<std::uint64_t> gWaitedSyncs{0};
 
 // Open Pipeline scopes.
 std::atomic<int> gPipelineDepth{0};
 
 std::mutex gSentAheadMutex;
 std::vector<std::weak_ptr<detail::SentAhead>> gSentAhead;
+
+// Open ReadScopes, and the connections that kept replies or announced reads in them.
+std::atomic<int> gReadScopeDepth{0};
+std::mutex gReadingMutex;
+std::vector<std::weak_ptr<detail::SentAhead>> gReading;
+
+thread_local bool gAnnouncing = false;
+std::atomic<std::uint64_t> gAnnounced{0};
+
+std::vector<std::shared_ptr<detail::SentAhead>> ReadingConnections() {
+    std::vector<std::shared_ptr<detail::SentAhead>> live;
+    std::lock_guard lock(gReadingMutex);
+    for (const auto& weak : gReading) {
+        if (auto connection = weak.lock()) live.push_back(std::move(connection));
+    }
+    return live;
+}
 
 }  // namespace
 
@@ -42,6 +60,25 @@ void SyncOthers(const SentAhead* except) {
         }
     }
     for (const auto& connection : others) connection->SyncAhead();
+}
+
+void ListReading(std::weak_ptr<SentAhead> connection) {
+    std::lock_guard lock(gReadingMutex);
+    std::erase_if(gReading, [](const std::weak_ptr<SentAhead>& c) { return c.expired(); });
+    gReading.push_back(std::move(connection));
+}
+
+bool Announcing() { return gAnnouncing; }
+void CountAnnounced() { gAnnounced.fetch_add(1, std::memory_order_relaxed); }
+
+void CountFetch() {
+    gWaits.fetch_add(1, std::memory_order_relaxed);
+    gWaitedGets.fetch_add(1, std::memory_order_relaxed);
+}
+
+void CountSync() {
+    gWaits.fetch_add(1, std::memory_order_relaxed);
+    gWaitedSyncs.fetch_add(1, std::memory_order_relaxed);
 }
 
 void CountCall() { gCalls.fetch_add(1, std::memory_order_relaxed); }
@@ -72,6 +109,7 @@ WaitCounts WaitCountsByKind() {
     counts.puts = gWaitedPuts.load(std::memory_order_relaxed);
     counts.methods = gWaitedMethods.load(std::memory_order_relaxed);
     counts.casts = gWaitedCasts.load(std::memory_order_relaxed);
+    counts.syncs = gWaitedSyncs.load(std::memory_order_relaxed);
     return counts;
 }
 
@@ -88,3 +126,44 @@ Pipeline::~Pipeline() {
 }
 
 }  // namespace automation::rpc
+
+namespace automation {
+
+ReadScope::ReadScope() { rpc::gReadScopeDepth.fetch_add(1); }
+
+ReadScope::~ReadScope() {
+    if (rpc::gReadScopeDepth.fetch_sub(1) != 1) return;
+    for (const auto& connection : rpc::ReadingConnections()) connection->ForgetKept();
+    std::lock_guard lock(rpc::gReadingMutex);
+    rpc::gReading.clear();
+}
+
+bool ReadScopeOpen() { return rpc::gReadScopeDepth.load() > 0; }
+
+// All requests go out before any reply is awaited, so that the connections' round trips
+// overlap.
+static void FetchAnnounced() {
+    auto connections = rpc::ReadingConnections();
+    for (const auto& connection : connections) connection->SendAnnounced();
+    for (const auto& connection : connections) connection->ReceiveAnnounced();
+}
+
+// Each round reaches one step further down the reads that depend on earlier ones; a run's
+// walk is a few steps deep, so the bound is only a guard against a walk that never settles.
+void AnnounceReads(const std::function<void()>& walk) {
+    constexpr int kMaxRounds = 32;
+    if (!ReadScopeOpen() || rpc::gAnnouncing) return;
+    for (int round = 0; round < kMaxRounds; ++round) {
+        std::uint64_t before = rpc::gAnnounced.load();
+        rpc::gAnnouncing = true;
+        try {
+            walk();
+        } catch (...) {
+        }
+        rpc::gAnnouncing = false;
+        if (rpc::gAnnounced.load() == before) return;
+        FetchAnnounced();
+    }
+}
+
+}  // namespace automation

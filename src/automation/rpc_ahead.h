@@ -16,6 +16,11 @@ class SentAhead {
     // Waits for the replies of the calls sent ahead and raises the first error among them;
     // nothing when none were sent, even on a broken connection.
     virtual void SyncAhead() = 0;
+    // Announced reads: sends those not yet sent; reads their replies into what is kept.
+    virtual void SendAnnounced() {}
+    virtual void ReceiveAnnounced() {}
+    // Forgets every kept reply and every announced read not yet sent.
+    virtual void ForgetKept() {}
 };
 
 // True while a Pipeline scope is open.
@@ -23,6 +28,18 @@ bool PipelineOpen();
 
 // Lists a connection that sends calls ahead; once is enough.
 void ListSentAhead(std::weak_ptr<SentAhead> connection);
+
+// Lists a connection that keeps replies or has announced reads; once per ReadScope is enough.
+void ListReading(std::weak_ptr<SentAhead> connection);
+// True on the thread running AnnounceReads's walk.
+bool Announcing();
+// Counts a read announced.
+void CountAnnounced();
+
+// Counts the round trip that fetches a connection's announced reads.
+void CountFetch();
+// Counts the round trip that waits for the replies of calls sent ahead.
+void CountSync();
 
 // Waits for the calls sent ahead on every listed connection but `except` (none: on every one).
 // Only one connection has calls ahead at a time (a call that may change something waits for

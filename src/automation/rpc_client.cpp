@@ -40,8 +40,12 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     ~Connection();
 
     ObjectRef Hello();
-    Variant Call(std::uint32_t handle, CallKind kind, std::int32_t dispid, std::string_view name,
-                 bool byName, const Args& args, CallUse use);
+    Variant Call(const ObjectRef& target, std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                 std::string_view name, bool byName, const Args& args, CallUse use);
+    bool ReadsAhead() const { return options_.readAhead; }
+    void SendAnnounced() override;
+    void ReceiveAnnounced() override;
+    void ForgetKept() override;
     bool Implements(std::uint32_t handle, std::string_view iid);
     // Reads the replies of every call sent ahead and raises the first error among them.
     void Sync();
@@ -54,6 +58,13 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     void Release(std::uint32_t handle, std::uint32_t count, const Proxy* who);
 
   private:
+    Message CallMessage(std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                        std::string_view name, bool byName, const Args& args) const;
+    Variant KeptRead(const ObjectRef& target, Message& call, const Args& args);
+    Variant AnnouncedRead(const ObjectRef& target, Message& call, const Args& args);
+    void SendAnnouncedLocked();
+    void ReceiveAnnouncedLocked();
+    std::uint32_t NextRequestId();
     Variant Roundtrip(Message& request, bool wait = true);
     void CollectAhead();
     void Send(const std::string& frame);
@@ -82,6 +93,23 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     bool aheadFailed_ = false;
     std::string aheadError_;
     bool listedAhead_ = false;  // by ListSentAhead
+    // Replies kept while a ReadScope is open, by the request that asked for them (its frame
+    // without the request id). An entry holds the object called and the arguments, so that
+    // their handles stay the same objects for as long as the entry is kept.
+    struct Kept {
+        ObjectRef target;
+        Args args;
+        bool answered = false;  // false: announced, reply not read yet
+        bool failed = false;
+        std::string error;
+        Variant value;
+    };
+    std::unordered_map<std::string, Kept> kept_;
+    // Announced reads: frames not yet sent, and the requests whose replies are unread (all of
+    // them unsent while `announced_` holds anything).
+    std::string announced_;
+    std::vector<std::pair<std::uint32_t, std::string>> pending_;
+    bool ownError_ = false;  // the error Roundtrip raised last was its own request's reply
     // The kinds the server introduced, by number from 1.
     std::vector<KindIids> kinds_;
 
@@ -94,7 +122,7 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     std::vector<std::pair<std::uint32_t, std::uint32_t>> releases_;
 };
 
-class Proxy : public Object {
+class Proxy : public Object, public std::enable_shared_from_this<Proxy> {
   public:
     Proxy(std::shared_ptr<Connection> connection, std::uint32_t handle, KindIids iids)
         : connection_(std::move(connection)), handle_(handle), iids_(std::move(iids)) {}
@@ -109,12 +137,15 @@ class Proxy : public Object {
         return InvokeByNameAs(name, kind, args, CallUse::Result);
     }
     Variant InvokeAs(std::int32_t dispid, CallKind kind, const Args& args, CallUse use) override {
-        return connection_->Call(handle_, kind, dispid, {}, /*byName=*/false, args, use);
+        return connection_->Call(shared_from_this(), handle_, kind, dispid, {}, /*byName=*/false,
+                                 args, use);
     }
     Variant InvokeByNameAs(std::string_view name, CallKind kind, const Args& args,
                            CallUse use) override {
-        return connection_->Call(handle_, kind, 0, name, /*byName=*/true, args, use);
+        return connection_->Call(shared_from_this(), handle_, kind, 0, name, /*byName=*/true, args,
+                                 use);
     }
+    bool ReadsAhead() const override { return connection_->ReadsAhead(); }
     // Answered here when the server introduced the object's kind with it; otherwise asked
     // once per interface and kept: an object does not change its kind, and casts are frequent.
     bool Implements(std::string_view iid) const override {
@@ -167,6 +198,8 @@ void Connection::Break(std::string reason) {
     outbox_.clear();
     ahead_.clear();
     aheadFailed_ = false;
+    announced_.clear();
+    pending_.clear();
     shutdown(fd_, SHUT_RDWR);
     throw AutomationError(broken_);
 }
@@ -354,11 +387,20 @@ void Connection::CollectAhead() {
     ahead_.clear();
 }
 
+std::uint32_t Connection::NextRequestId() {
+    std::uint32_t id = nextId_++;
+    if (nextId_ == 0) nextId_ = 1;  // 0 marks messages that answer no request
+    return id;
+}
+
 Variant Connection::Roundtrip(Message& request, bool wait) {
     std::lock_guard lock(call_);
+    ownError_ = false;
     if (!broken_.empty()) throw AutomationError(broken_);
-    request.requestId = nextId_++;
-    if (nextId_ == 0) nextId_ = 1;  // 0 marks messages that answer no request
+    // Announced reads were asked before this call: their replies come first.
+    SendAnnouncedLocked();
+    ReceiveAnnouncedLocked();
+    request.requestId = NextRequestId();
     request.noWait = !wait;
     std::string frame = std::move(outbox_);
     outbox_.clear();
@@ -386,13 +428,162 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
         aheadFailed_ = false;
         throw AutomationError(std::exchange(aheadError_, {}));
     }
-    if (reply.type == MessageType::Error) throw AutomationError(reply.text);
+    if (reply.type == MessageType::Error) {
+        ownError_ = true;
+        throw AutomationError(reply.text);
+    }
     return FromWire(reply.values.front());
+}
+
+// The request as a key of what is kept: its frame without a request id.
+static std::string KeyOf(Message call) {
+    call.requestId = 0;
+    call.noWait = false;
+    std::string key;
+    EncodeFrame(call, key);
+    return key;
+}
+
+static Variant Replay(const std::string& error, bool failed, const Variant& value) {
+    if (failed) throw AutomationError(error);
+    return value;
+}
+
+Variant Connection::KeptRead(const ObjectRef& target, Message& call, const Args& args) {
+    std::lock_guard lock(call_);
+    if (!broken_.empty()) throw AutomationError(broken_);
+    std::string key = KeyOf(call);
+    SendAnnouncedLocked();
+    ReceiveAnnouncedLocked();
+    auto it = kept_.find(key);
+    if (it != kept_.end() && it->second.answered) {
+        return Replay(it->second.error, it->second.failed, it->second.value);
+    }
+    Kept kept{target, args, /*answered=*/true, false, {}, {}};
+    try {
+        kept.value = Roundtrip(call);
+    } catch (const AutomationError& error) {
+        if (!ownError_) throw;
+        kept.failed = true;
+        kept.error = error.Description();
+        kept_[key] = std::move(kept);
+        detail::ListReading(weak_from_this());
+        throw;
+    }
+    Variant value = kept.value;
+    kept_[key] = std::move(kept);
+    detail::ListReading(weak_from_this());
+    return value;
+}
+
+// A read of AnnounceReads's walk: answered from what is kept, else announced. The walk learns
+// nothing more of it this round.
+Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const Args& args) {
+    std::lock_guard lock(call_);
+    std::string key = KeyOf(call);
+    auto it = kept_.find(key);
+    if (it != kept_.end() && it->second.answered && broken_.empty()) {
+        return Replay(it->second.error, it->second.failed, it->second.value);
+    }
+    // Replies of calls sent ahead come first and may hold an error that the next call raises:
+    // a read announced now would not be the one to raise it.
+    bool canAnnounce = broken_.empty() && outbox_.empty() && ahead_.empty() && !aheadFailed_;
+    if (it != kept_.end() || !canAnnounce) throw NotYetRead();
+    call.requestId = NextRequestId();
+    call.noWait = false;
+    std::size_t start = announced_.size();
+    EncodeFrame(call, announced_);
+    if (announced_.size() - start - kLengthSize > options_.maxFrameSize) {
+        announced_.resize(start);
+        throw NotYetRead();
+    }
+    detail::CountCall();
+    detail::CountAnnounced();
+    kept_.emplace(key, Kept{target, args, /*answered=*/false, false, {}, {}});
+    pending_.emplace_back(call.requestId, std::move(key));
+    detail::ListReading(weak_from_this());
+    if (pending_.size() >= kMaxAhead) {
+        try {
+            SendAnnouncedLocked();
+            ReceiveAnnouncedLocked();
+        } catch (const AutomationError&) {
+        }
+    }
+    throw NotYetRead();
+}
+
+void Connection::SendAnnouncedLocked() {
+    if (announced_.empty()) return;
+    std::string frame;
+    AppendReleases(frame);
+    frame += announced_;
+    announced_.clear();
+    Send(frame);
+}
+
+// Every reply read is kept, an error as much as a result: the read raises it when it is made.
+void Connection::ReceiveAnnouncedLocked() {
+    if (pending_.empty() || !announced_.empty()) return;
+    detail::CountFetch();
+    auto pending = std::move(pending_);
+    pending_.clear();
+    for (const auto& [id, key] : pending) {
+        Message reply = Receive(id);
+        auto it = kept_.find(key);
+        if (it == kept_.end()) continue;
+        Kept& kept = it->second;
+        kept.answered = true;
+        if (reply.type == MessageType::Error) {
+            kept.failed = true;
+            kept.error = std::move(reply.text);
+        } else if (!reply.values.empty()) {
+            kept.value = FromWire(reply.values.front());
+        }
+    }
+}
+
+void Connection::SendAnnounced() {
+    std::lock_guard lock(call_);
+    if (!broken_.empty()) return;
+    try {
+        SendAnnouncedLocked();
+    } catch (const AutomationError&) {
+        // The connection is broken; each read raises that itself.
+    }
+}
+
+void Connection::ReceiveAnnounced() {
+    std::lock_guard lock(call_);
+    if (!broken_.empty()) return;
+    try {
+        ReceiveAnnouncedLocked();
+    } catch (const AutomationError&) {
+    }
+}
+
+void Connection::ForgetKept() {
+    std::unordered_map<std::string, Kept> forgotten;
+    {
+        std::lock_guard lock(call_);
+        if (!announced_.empty()) {
+            // Never sent: nothing to read back.
+            announced_.clear();
+            pending_.clear();
+        } else if (!pending_.empty() && broken_.empty()) {
+            try {
+                ReceiveAnnouncedLocked();
+            } catch (const AutomationError&) {
+            }
+        }
+        forgotten.swap(kept_);
+    }
+    // The proxies held go here, outside the lock: their releases may be sent at once.
 }
 
 void Connection::Sync() {
     std::lock_guard lock(call_);
     if (!broken_.empty()) throw AutomationError(broken_);
+    if (!ahead_.empty() || !outbox_.empty()) detail::CountSync();
     CollectAhead();
     if (!aheadFailed_) return;
     aheadFailed_ = false;
@@ -432,8 +623,8 @@ ObjectRef Connection::Hello() {
     return root.AsObject();
 }
 
-Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispid,
-                         std::string_view name, bool byName, const Args& args, CallUse use) {
+Message Connection::CallMessage(std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                                std::string_view name, bool byName, const Args& args) const {
     if (args.size() > 0xffff) throw AutomationError(std::string(kErrBadArgCount));
     Message call;
     call.type = MessageType::Call;
@@ -444,6 +635,13 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     call.text = name;
     call.values.reserve(args.size());
     for (const Variant& arg : args) call.values.push_back(ToWire(arg));
+    return call;
+}
+
+Variant Connection::Call(const ObjectRef& target, std::uint32_t handle, CallKind kind,
+                         std::int32_t dispid, std::string_view name, bool byName, const Args& args,
+                         CallUse use) {
+    Message call = CallMessage(handle, kind, dispid, name, byName, args);
     bool ahead = false;
     if (!options_.sendAhead) {
         ahead = false;
@@ -456,8 +654,18 @@ Variant Connection::Call(std::uint32_t handle, CallKind kind, std::int32_t dispi
     // have failed. A read may: it changes nothing, and when it fails the other connection's
     // error, being earlier, is the one raised.
     bool reads = kind == CallKind::Get || use == CallUse::ReadOnly;
-    if (!reads) SyncOthers(this);
+    // A walk's call: nothing that may change something is sent, nothing waits.
+    if (detail::Announcing()) {
+        if (!reads || !options_.readAhead) throw NotYetRead();
+        return AnnouncedRead(target, call, args);
+    }
+    if (!reads) {
+        // What was kept may be what this call changes.
+        ForgetKept();
+        SyncOthers(this);
+    }
     try {
+        if (reads && options_.readAhead && ReadScopeOpen()) return KeptRead(target, call, args);
         return Roundtrip(call, /*wait=*/!ahead);
     } catch (const AutomationError&) {
         if (reads) SyncOthers(this);

@@ -160,7 +160,14 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
     message.clear();
     std::string className;
     bool deleted = false;  // from just before the old definition's delete until the save
+    automation::ReadScope reads;
+    // What one definition's member collections hold is known for that class only.
+    ForgetDefinitionMembers();
+    struct Forget {
+        ~Forget() { ForgetDefinitionMembers(); }
+    } forget;
     try {
+        AnnounceClassReads(roseClass);
         className = naming::QualifyClassName(
             naming::ServerClassNameOfRosePath(rose::QualifiedName(roseClass)));
         ForgetMembersOf(className);

@@ -33,9 +33,21 @@ inline constexpr const char* kClassTypeProperty = "ClassType";
 // A new, unsaved instance of a server class from the connection factory.
 automation::ObjectRef NewServerObject(const std::string& className, const std::string& initial);
 // The entry of a Properties or Methods collection whose `name` is `name` (the last one when
-// several are), or none. Server errors pass to the caller.
+// several are), or none. The collection is walked once; what the export inserts into it
+// afterwards it notes with NoteInsertedMember, until ForgetDefinitionMembers. Server errors
+// pass to the caller.
 automation::ObjectRef FindDefinitionMember(const automation::ObjectRef& collection,
                                            const std::string& name);
+void NoteInsertedMember(const automation::ObjectRef& collection, const std::string& name,
+                        const automation::ObjectRef& entry);
+// The definition's Properties or Methods collection, asked for once per definition until
+// ForgetDefinitionMembers. Server errors pass to the caller.
+automation::ObjectRef DefinitionMembers(const automation::ObjectRef& definition, const char* name);
+void ForgetDefinitionMembers();
+// Announces the model reads of a class's export (see automation::AnnounceReads); call it
+// inside a ReadScope.
+void AnnounceClassReads(const automation::ObjectRef& roseClass);
+
 // Copies each keyword of `keywords` that export writes one for one from the element's model
 // property of tool "Tavro" to the definition member of the same name: strings as they stand,
 // Booleans converted (a text that does not convert raises "Type mismatch"). Enumerations and

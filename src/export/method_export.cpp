@@ -36,10 +36,11 @@ bool ExportMethod(const std::string& className, const ObjectRef& definition,
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
+        ObjectRef methods, method;
         pipeline.Run([&] {
-            ObjectRef methods = automation::GetByName(definition, member::kMethods).ToObject();
+            methods = DefinitionMembers(definition, member::kMethods);
             name = rose::Name(operation);
-            ObjectRef method = FindDefinitionMember(methods, name);
+            method = FindDefinitionMember(methods, name);
             if (!method)
                 method = NewServerObject(member::kMethodDefinition, className + ":" + name);
 
@@ -52,6 +53,7 @@ bool ExportMethod(const std::string& className, const ObjectRef& definition,
             WriteKeywords(operation, method, install::kOperationKeywords);
             automation::CallByNameNoResult(methods, member::kInsert, {method});
         });
+        NoteInsertedMember(methods, name, method);
         NoteMember(className, {name, kMethodKind, MemberResult::Exported, ""});
         return true;
     } catch (const std::exception& error) {

@@ -97,11 +97,12 @@ void WriteParameters(const ObjectRef& attribute, const ObjectRef& property) {
 // The property of the attribute, filled and inserted into the definition's properties; `name`
 // gets the attribute's name as soon as it is read.
 void WriteProperty(const std::string& className, const ObjectRef& definition,
-                   const ObjectRef& attribute, std::string& name) {
-    ObjectRef properties = automation::GetByName(definition, member::kProperties).ToObject();
+                   const ObjectRef& attribute, std::string& name, ObjectRef& properties,
+                   ObjectRef& property) {
+    properties = DefinitionMembers(definition, member::kProperties);
     name = rose::Name(attribute);
 
-    ObjectRef property = FindDefinitionMember(properties, name);
+    property = FindDefinitionMember(properties, name);
     if (!property) property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
 
     std::string type = ServerTypeOfAttribute(attribute);
@@ -140,7 +141,10 @@ bool ExportProperty(const std::string& className, const ObjectRef& definition,
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
-        pipeline.Run([&] { WriteProperty(className, definition, attribute, name); });
+        ObjectRef properties, property;
+        pipeline.Run(
+            [&] { WriteProperty(className, definition, attribute, name, properties, property); });
+        NoteInsertedMember(properties, name, property);
         NoteMember(className, {name, kPropertyKind, MemberResult::Exported, ""});
         return true;
     } catch (const std::exception& error) {

@@ -72,11 +72,11 @@ bool ExportRelationship(const std::string& className, const ObjectRef& definitio
     try {
         // The writes go without waiting; any error among them still ends up here.
         automation::rpc::Pipeline pipeline;
+        ObjectRef properties, property;
         bool written = pipeline.Run([&] {
-            ObjectRef properties =
-                automation::GetByName(definition, member::kProperties).ToObject();
+            properties = DefinitionMembers(definition, member::kProperties);
             name = rose::Name(role);
-            ObjectRef property = FindDefinitionMember(properties, name);
+            property = FindDefinitionMember(properties, name);
             if (!property)
                 property = NewServerObject(member::kPropertyDefinition, className + ":" + name);
 
@@ -117,6 +117,7 @@ bool ExportRelationship(const std::string& className, const ObjectRef& definitio
                                    "the multiplicity \"" + multiplicity + "\" holds no value"});
             return false;
         }
+        NoteInsertedMember(properties, name, property);
         NoteMember(className, {name, kRelationshipKind, MemberResult::Exported, ""});
         return true;
     } catch (const std::exception& error) {

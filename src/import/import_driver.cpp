@@ -50,7 +50,12 @@ std::vector<ImportResult> CreateClasses(window::TransferWindow& form, std::int16
         std::string name = form.lstSelectedClasses().List(static_cast<std::int16_t>(i - 1));
         form.AddLogMsg(name, "", "", window::kIconNone, /*displayNow=*/true);
         ObjectRef classDef = server::OpenClassDefinition(name);
-        ImportResult status = ImportClass(classDef);
+        ImportResult status = Failed;
+        {
+            automation::ReadScope reads;
+            AnnounceDefinitionReads(classDef, /*withMembers=*/false);
+            status = ImportClass(classDef);
+        }
         itemData[static_cast<std::size_t>(i - 1)] = status;
         ReleaseDefinition(classDef);
         UpdateRow(i, name, FirstPassLine(status));
@@ -73,7 +78,12 @@ void ImportMembers(window::TransferWindow& form, std::int16_t n,
         // The cancel button is handled here, between classes.
         form.DoEvents();
         ObjectRef classDef = server::OpenClassDefinition(name);
-        std::int16_t r = ImportClassMembers(classDef);
+        std::int16_t r = Failed;
+        {
+            automation::ReadScope reads;
+            AnnounceDefinitionReads(classDef, /*withMembers=*/true);
+            r = ImportClassMembers(classDef);
+        }
         ReleaseDefinition(classDef);
         if (r == Failed) {
             UpdateRow(i, name, {"Failed", window::kIconFailed});

@@ -26,6 +26,11 @@ inline const char* BooleanText(bool value) { return value ? "True" : "False"; }
 
 // Text of a member of a server object; errors pass to the caller.
 std::string ServerText(const automation::ObjectRef& def, const char* member);
+
+// Announces the server reads of a class's import (see automation::AnnounceReads): the
+// definition's own, and with `withMembers` those of its properties and methods too. Call it
+// inside a ReadScope.
+void AnnounceDefinitionReads(const automation::ObjectRef& classDef, bool withMembers);
 bool ServerFlag(const automation::ObjectRef& def, const char* member);
 
 // Copies every keyword of `keywords` from the server definition onto the model element as a

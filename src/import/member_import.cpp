@@ -40,7 +40,7 @@ void WriteParameters(const ObjectRef& attribute, const ObjectRef& propDef) {
 }
 
 ObjectRef ItemOf(const ObjectRef& collection, std::int16_t i) {
-    return automation::CallByName(collection, m::kGetAt, {i}).ToObject();
+    return automation::CallByNameReadOnly(collection, m::kGetAt, {i}).ToObject();
 }
 
 std::int16_t CountOf(const ObjectRef& collection) {

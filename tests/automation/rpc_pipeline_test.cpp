@@ -331,3 +331,43 @@ TEST(InterfaceCast, ObjectResultOfACallSentAheadIsReleased) {
 }
 
 }  // namespace
+
+namespace {
+
+// Reads walked ahead go out together; what a ReadScope keeps answers the same read again, an
+// error as much as a result, until a write on the connection or the scope's end.
+TEST(ReadScope, KeptReadsAnswerWithoutTheHostUntilAWriteOrTheScopeEnds) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef object = Connect(served.server.Address());
+    Put(object, "a");
+    auto slot = [&] { return automation::GetByName(object, "Slot").ToString(); };
+    auto broken = [&] {
+        return ErrorOf([&] { automation::CallByNameReadOnly(object, "Broken"); });
+    };
+    {
+        automation::ReadScope reads;
+        std::uint64_t waits = automation::rpc::WaitCount();
+        automation::AnnounceReads([&] {
+            for (auto read : std::vector<std::function<void()>>{slot, broken}) {
+                try {
+                    read();
+                } catch (const automation::NotYetRead&) {
+                }
+            }
+        });
+        EXPECT_EQ(automation::rpc::WaitCount() - waits, 1u);
+        EXPECT_EQ(recorder.gets, 2);
+        EXPECT_EQ(slot(), "a");
+        EXPECT_EQ(broken(), "broken read");
+        EXPECT_EQ(recorder.gets, 2);
+        Put(object, "b");
+        EXPECT_EQ(slot(), "b");
+        EXPECT_EQ(slot(), "b");
+        EXPECT_EQ(recorder.gets, 3);
+    }
+    EXPECT_EQ(slot(), "b");
+    EXPECT_EQ(recorder.gets, 4);
+}
+
+}  // namespace

@@ -32,11 +32,11 @@ class Proxy : public automation::Object {
         : inner_(std::move(inner)), plan_(std::move(plan)) {}
 
     Variant Invoke(std::int32_t dispid, CallKind kind, const Args& args) override {
-        Count();
+        Count(std::to_string(static_cast<int>(kind)) + ":" + std::to_string(dispid));
         return Wrap(inner_->Invoke(dispid, kind, Unwrap(args)));
     }
     Variant InvokeByName(std::string_view name, CallKind kind, const Args& args) override {
-        Count();
+        Count(std::to_string(static_cast<int>(kind)) + ":" + std::string(name));
         return Wrap(inner_->InvokeByName(name, kind, Unwrap(args)));
     }
     bool Implements(std::string_view iid) const override { return inner_->Implements(iid); }
@@ -44,7 +44,9 @@ class Proxy : public automation::Object {
     const ObjectRef& inner() const { return inner_; }
 
   private:
-    void Count() {
+    void Count(const std::string& member) {
+        plan_->members.insert(member);
+        if (member == plan_->failMember) throw automation::AutomationError("fault injected");
         if (++plan_->calls == plan_->failAt) throw automation::AutomationError("fault injected");
     }
     Variant Wrap(const Variant& result) const {
@@ -199,9 +201,12 @@ std::shared_ptr<FaultPlan> Harness::InjectRoseFault(int failAt) {
     return plan;
 }
 
-std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead, bool serverFails) {
+std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead, bool serverFails,
+                                                     const std::string& failMember,
+                                                     bool readAhead) {
     auto plan = std::make_shared<FaultPlan>();
     plan->failAt = failAt;
+    plan->failMember = failMember;
     socketDir_ = NewTempDir();
     ObjectRef app = rosehost::ApplicationObject(host_);
     ObjectRef factory = server::ServerFactory;
@@ -219,6 +224,7 @@ std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead,
     factoryServer_->Start();
     automation::rpc::ClientOptions options;
     options.sendAhead = sendAhead;
+    options.readAhead = readAhead;
     InstallApplication(automation::rpc::Connect(roseServer_->Address(), options));
     server::ServerFactory = automation::rpc::Connect(factoryServer_->Address(), options);
     return plan;

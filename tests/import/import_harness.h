@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,9 @@ class RecordingWindow : public window::PlainWindow {
 struct FaultPlan {
     int calls = 0;
     int failAt = 0;
+    // Every call of this member fails ("KIND:DISPID" or "KIND:NAME"); and the members called.
+    std::string failMember;
+    std::set<std::string> members;
 };
 // `inner` behind a proxy that counts its calls and those of every object reached through it.
 ObjectRef FaultProxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan);
@@ -81,9 +85,12 @@ class Harness {
     // Serves the modelling tool and the server's factory from RPC servers on threads of this
     // process and points the add-in at them over sockets. The modelling tool (or, with
     // `serverFails`, the factory) sits behind a proxy that fails on the call numbered
-    // `failAt`. `sendAhead` false: every call waits for its reply.
+    // `failAt`, and on every call of `failMember`. `sendAhead` false: every call waits for its
+    // reply; `readAhead` false: no read is announced or kept.
     std::shared_ptr<FaultPlan> ServeOverSockets(int failAt, bool sendAhead,
-                                                bool serverFails = false);
+                                                bool serverFails = false,
+                                                const std::string& failMember = "",
+                                                bool readAhead = true);
 
     // The model class at a path ("Logical View::Shop::Order"), nullptr when none.
     std::shared_ptr<rosehost::Class> ModelClass(const std::string& path) const;

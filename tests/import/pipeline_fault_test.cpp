@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,13 @@ struct Outcome {
     std::vector<std::string> boxes;
     std::string error;  // raised out of the run
     int roseCalls = 0;  // calls that reached the modelling tool
+    std::set<std::string> members;
 };
 
 // Two classes: a new one with attributes (one with type parameters), an object-valued
 // property, a relationship and a method; and one already in the model, replaced.
-Outcome RunImport(int failAt, bool sendAhead) {
+Outcome RunImport(int failAt, bool sendAhead, bool serverFails = false,
+                  const std::string& failMember = "", bool readAhead = true) {
     Harness h;
     h.Save(
         {Class("Shop.A", {{"Description", "first"}, {"ClassType", "persistent"}},
@@ -44,12 +47,14 @@ Outcome RunImport(int failAt, bool sendAhead) {
     rosehost::CreateAttribute(h.model(), *b, "Old", "", "");
     h.form.SetCheckValue(window::CheckBox::Override, 1);
     h.Select({"Shop.A", "Shop.B"});
-    auto plan = h.ServeOverSockets(failAt, sendAhead);
+    auto plan = h.ServeOverSockets(failAt, sendAhead, serverFails, failMember, readAhead);
     Outcome out;
     try {
         importing::ImportClasses();
     } catch (const automation::AutomationError& error) {
         out.error = error.Description();
+    } catch (const platform::ProcessEnded& ended) {
+        out.error = "process ended with " + std::to_string(ended.status);
     }
     // The class XML carries the time the definitions were saved, a second apart or not.
     static const std::regex kTimes("<Time(Created|Changed)>[^<]*<");
@@ -57,6 +62,7 @@ Outcome RunImport(int failAt, bool sendAhead) {
     out.changes = h.form.changes;
     for (const auto& box : h.boxes) out.boxes.push_back(box.text);
     out.roseCalls = plan->calls;
+    out.members = plan->members;
     return out;
 }
 
@@ -77,6 +83,26 @@ TEST(ImportClasses, SendingCallsAheadOverSocketsLeavesWhatOneAtATimeLeaves) {
     }
 }
 
+// Reads walked ahead and kept: every member of either side failing on every call, read or
+// write, leaves what reading one call at a time leaves.
+TEST(ImportClasses, ReadingAheadOverSocketsLeavesWhatReadingOneAtATimeLeaves) {
+    for (bool serverFails : {false, true}) {
+        Outcome clean = RunImport(0, true, serverFails);
+        ASSERT_EQ(clean.error, "");
+        ASSERT_GT(clean.members.size(), 10u);
+        for (const std::string& member : clean.members) {
+            SCOPED_TRACE(std::string(serverFails ? "server" : "modelling tool") + " member " +
+                         member + " fails");
+            Outcome waited = RunImport(0, true, serverFails, member, false);
+            Outcome ahead = RunImport(0, true, serverFails, member, true);
+            EXPECT_EQ(ahead.model, waited.model);
+            EXPECT_EQ(ahead.changes, waited.changes);
+            EXPECT_EQ(ahead.boxes, waited.boxes);
+            EXPECT_EQ(ahead.error, waited.error);
+        }
+    }
+}
+
 // --- Export ---
 
 struct ExportOutcome {
@@ -85,6 +111,7 @@ struct ExportOutcome {
     std::vector<std::string> boxes;
     std::string error;
     int calls = 0;  // calls that reached the failing side
+    std::set<std::string> members;
 };
 
 // The stored definition as text, less the times it was saved.
@@ -112,7 +139,8 @@ std::string DefinitionText(tavro::Store& store, const std::string& name) {
 
 // A persistent class with attributes (a private one, one with a type parameter, a stream),
 // an operation with parameters and an association to a second class that has a super class.
-ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails) {
+ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails,
+                        const std::string& failMember = "", bool readAhead = true) {
     Harness h;
     for (const install::PropertySet& set : install::kPropertySets) {
         rosehost::PropertySet declared{set.tool, set.name, {}};
@@ -145,7 +173,7 @@ ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails) {
         std::int16_t at = h.form.lstSelectedClasses().AddItem(cls->name);
         h.form.lstSelectedClassIDs().InsertItem(at, cls->quid);
     }
-    auto plan = h.ServeOverSockets(failAt, sendAhead, serverFails);
+    auto plan = h.ServeOverSockets(failAt, sendAhead, serverFails, failMember, readAhead);
     ExportOutcome out;
     try {
         exporting::ExportClasses();
@@ -158,6 +186,7 @@ ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails) {
     out.changes = h.form.changes;
     for (const auto& box : h.boxes) out.boxes.push_back(box.text);
     out.calls = plan->calls;
+    out.members = plan->members;
     return out;
 }
 
@@ -178,6 +207,24 @@ TEST(ExportClasses, SendingCallsAheadOverSocketsLeavesWhatOneAtATimeLeaves) {
             EXPECT_EQ(ahead.boxes, waited.boxes);
             EXPECT_EQ(ahead.error, waited.error);
             EXPECT_EQ(ahead.calls, waited.calls);
+        }
+    }
+}
+
+TEST(ExportClasses, ReadingAheadOverSocketsLeavesWhatReadingOneAtATimeLeaves) {
+    for (bool serverFails : {false, true}) {
+        ExportOutcome clean = RunExport(0, true, serverFails);
+        ASSERT_EQ(clean.error, "");
+        ASSERT_GT(clean.members.size(), 10u);
+        for (const std::string& member : clean.members) {
+            SCOPED_TRACE(std::string(serverFails ? "server" : "modelling tool") + " member " +
+                         member + " fails");
+            ExportOutcome waited = RunExport(0, true, serverFails, member, false);
+            ExportOutcome ahead = RunExport(0, true, serverFails, member, true);
+            EXPECT_EQ(ahead.definitions, waited.definitions);
+            EXPECT_EQ(ahead.changes, waited.changes);
+            EXPECT_EQ(ahead.boxes, waited.boxes);
+            EXPECT_EQ(ahead.error, waited.error);
         }
     }
 }

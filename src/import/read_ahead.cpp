@@ -1,0 +1,86 @@
+// The server reads of one class's import, walked before the import so that they travel
+// together (see automation::AnnounceReads). The walk reads what the import routines read, by
+// the same members and arguments: a read it misses only costs the import a round trip, and a
+// read it adds costs the server a call the import never needed.
+#include "import/import_internal.h"
+
+namespace importing {
+
+namespace m = members;
+using automation::ObjectRef;
+
+namespace {
+
+// A branch of the walk: whatever it raises (not read yet, or the read's own error, which the
+// import raises again when it makes the read) ends that branch only.
+template <class Fn>
+void Branch(Fn&& fn) {
+    try {
+        fn();
+    } catch (...) {
+    }
+}
+
+void WalkValues(const ObjectRef& def, std::initializer_list<const char*> names) {
+    for (const char* name : names) Branch([&] { automation::GetByName(def, name); });
+}
+
+void WalkKeywords(const ObjectRef& def, std::span<const install::PropertyDef> keywords) {
+    for (const install::PropertyDef& keyword : keywords) {
+        if (keyword.kind == install::PropertyKind::Enumeration) continue;
+        Branch([&] { automation::GetByName(def, keyword.name); });
+    }
+}
+
+// Every type parameter, key after key: each key is known only once the one before is read.
+void WalkParameters(const ObjectRef& propDef) {
+    ObjectRef parameters = automation::GetByName(propDef, m::kParameters).ToObject();
+    std::string key;
+    for (;;) {
+        key = automation::CallByNameReadOnly(parameters, m::kNext, {key}).ToString();
+        if (key.empty()) return;
+        Branch([&] { automation::CallByNameReadOnly(parameters, m::kGetAt, {key}); });
+    }
+}
+
+template <class WalkFn>
+void WalkMembers(const ObjectRef& classDef, const char* collectionName, WalkFn walk) {
+    ObjectRef collection = automation::GetByName(classDef, collectionName).ToObject();
+    std::int16_t count = automation::GetByName(collection, m::kCount).ToInt16();
+    for (std::int16_t i = 1; i <= count; ++i) {
+        Branch([&] {
+            walk(automation::CallByNameReadOnly(collection, m::kGetAt, {i}).ToObject());
+        });
+    }
+}
+
+void WalkProperty(const ObjectRef& propDef) {
+    WalkValues(propDef, {m::kName, m::kType, m::kDescription, m::kPrivate, m::kCollection,
+                         m::kRelationship, m::kRequired, m::kInverse, m::kCardinality});
+    WalkKeywords(propDef, install::kAttributeKeywords);
+    WalkKeywords(propDef, install::kAssociationKeywords);
+    Branch([&] { WalkParameters(propDef); });
+}
+
+void WalkMethod(const ObjectRef& methodDef) {
+    WalkValues(methodDef,
+               {m::kName, m::kReturnType, m::kFormalSpec, m::kDescription, m::kPrivate});
+    WalkKeywords(methodDef, install::kOperationKeywords);
+}
+
+void WalkDefinition(const ObjectRef& classDef, bool withMembers) {
+    WalkValues(classDef, {m::kName, m::kDescription, m::kSuper, m::kClassType, m::kAbstract});
+    WalkKeywords(classDef, install::kClassKeywords);
+    if (!withMembers) return;
+    Branch([&] { WalkMembers(classDef, m::kProperties, WalkProperty); });
+    Branch([&] { WalkMembers(classDef, m::kMethods, WalkMethod); });
+}
+
+}  // namespace
+
+void AnnounceDefinitionReads(const ObjectRef& classDef, bool withMembers) {
+    if (!automation::ReadsAhead(classDef)) return;
+    automation::AnnounceReads([&] { WalkDefinition(classDef, withMembers); });
+}
+
+}  // namespace importing
