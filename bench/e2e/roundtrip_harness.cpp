@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -84,6 +85,32 @@ ObjectRef NewControl(
     return control;
 }
 
+// The other programs of a run over the sockets, whose CPU time the add-in reads from /proc
+// around its export and import; -1 for a program that is not a child of the benchmark.
+struct Peers {
+    pid_t rose = -1;
+    pid_t tavro = -1;
+};
+
+// User and system time of another process so far; -1 when it cannot be read.
+double ProcessCpuSeconds(pid_t pid) {
+    if (pid <= 0) return -1;
+    std::FILE* file = std::fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "r");
+    if (file == nullptr) return -1;
+    char buf[1024];
+    std::size_t n = std::fread(buf, 1, sizeof buf - 1, file);
+    std::fclose(file);
+    buf[n] = '\0';
+    const char* rest = std::strrchr(buf, ')');  // after the command name, which may hold spaces
+    unsigned long long utime = 0, stime = 0;
+    if (rest == nullptr ||
+        std::sscanf(rest + 1, " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %llu %llu", &utime,
+                    &stime) != 2) {
+        return -1;
+    }
+    return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
 int FailedRows(const window::PlainWindow& form) {
     int failed = 0;
     for (const window::LogRow& row : form.Rows()) {
@@ -138,8 +165,8 @@ void ExportBack(Figures& figures) {
 // tool start an empty model, import every exported class into it, and with `exportBack`
 // export the imported classes back.
 Figures Transfer(const ObjectRef& control,
-                 const std::vector<std::pair<std::string, std::string>>& selection,
-                 bool exportBack) {
+                 const std::vector<std::pair<std::string, std::string>>& selection, bool exportBack,
+                 const Peers& peers = {}) {
     platform::ResetUi();
     platform::Ui().messageBox = [](const platform::MessageBoxRequest&) {
         return platform::Answer::Ok;
@@ -157,6 +184,8 @@ Figures Transfer(const ObjectRef& control,
     std::uint64_t calls = automation::rpc::CallCount();
     std::uint64_t waits = automation::rpc::WaitCount();
     unsigned long long commits = gCommits;
+    const double roseCpu = ProcessCpuSeconds(peers.rose);
+    const double tavroCpu = ProcessCpuSeconds(peers.tavro);
     {
         window::PlainWindow form;
         window::frmImportExport = &form;
@@ -193,6 +222,8 @@ Figures Transfer(const ObjectRef& control,
         figures.failedRows += FailedRows(form);
     }
     figures.importCommits = gCommits - commits;
+    if (roseCpu >= 0) figures.roseCpuSeconds = ProcessCpuSeconds(peers.rose) - roseCpu;
+    if (tavroCpu >= 0) figures.tavroCpuSeconds = ProcessCpuSeconds(peers.tavro) - tavroCpu;
     figures.calls += automation::rpc::CallCount() - calls;
     figures.waits += automation::rpc::WaitCount() - waits;
     window::frmImportExport = nullptr;
@@ -201,6 +232,7 @@ Figures Transfer(const ObjectRef& control,
     figures.puts = after.puts - kinds.puts;
     figures.methods = after.methods - kinds.methods;
     figures.casts = after.casts - kinds.casts;
+    figures.syncs = after.syncs - kinds.syncs;
     figures.importedClasses = automation::CallByName(control, "ClassCount").ToInt32();
     if (exportBack) ExportBack(figures);
     rose::RoseApp = nullptr;
@@ -257,22 +289,25 @@ std::string FiguresText(const Figures& f) {
     char text[400];
     std::snprintf(text, sizeof text,
                   "%.6f %.6f %llu %llu %d %d %llu %llu %llu %llu %llu %llu %.6f %.6f %.6f %llu "
-                  "%llu\n",
+                  "%llu %llu %.6f %.6f\n",
                   f.exportSeconds, f.importSeconds, f.calls, f.waits, f.failedRows,
                   f.importedClasses, f.gets, f.puts, f.methods, f.casts, f.exportCommits,
                   f.importCommits, f.exportCpuSeconds, f.importCpuSeconds, f.exportBackSeconds,
-                  f.exportBackCommits, f.exportBackWaits);
+                  f.exportBackCommits, f.exportBackWaits, f.syncs, f.roseCpuSeconds,
+                  f.tavroCpuSeconds);
     return text;
 }
 
 Figures ParseFigures(const std::string& text) {
     Figures f;
     if (std::sscanf(text.c_str(),
-                    "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu %lf %lf %lf %llu %llu",
+                    "%lf %lf %llu %llu %d %d %llu %llu %llu %llu %llu %llu %lf %lf %lf %llu %llu "
+                    "%llu %lf %lf",
                     &f.exportSeconds, &f.importSeconds, &f.calls, &f.waits, &f.failedRows,
                     &f.importedClasses, &f.gets, &f.puts, &f.methods, &f.casts, &f.exportCommits,
                     &f.importCommits, &f.exportCpuSeconds, &f.importCpuSeconds,
-                    &f.exportBackSeconds, &f.exportBackCommits, &f.exportBackWaits) != 17) {
+                    &f.exportBackSeconds, &f.exportBackCommits, &f.exportBackWaits, &f.syncs,
+                    &f.roseCpuSeconds, &f.tavroCpuSeconds) != 20) {
         f.failedRows = -1;
     }
     return f;
@@ -303,11 +338,28 @@ double PeakMiB(pid_t pid, bool kill = false) {
     return static_cast<double>(usage.ru_maxrss) / 1024.0;
 }
 
+// How long the children's servers and the add-in's connection to rose-host poll before they
+// sleep: the transport's default, or ROUNDTRIP_SPIN_US microseconds (0: never poll), to see
+// what polling costs on a machine with few cores. The add-in's connection to tavro-host is
+// the platform's own and keeps the default.
+std::chrono::microseconds Spin() {
+    const char* text = std::getenv("ROUNDTRIP_SPIN_US");
+    if (text == nullptr) return automation::rpc::ServerOptions{}.spin;
+    return std::chrono::microseconds(std::atoi(text));
+}
+
+automation::rpc::ServerOptions SpinningServer() {
+    automation::rpc::ServerOptions options;
+    options.spin = Spin();
+    return options;
+}
+
 // Serves the login object of a fresh data directory on a port of its choosing, in a child.
 pid_t SpawnTavro(int& readEnd) {
     return Spawn(readEnd, [](int out) {
         std::string dir = NewDataDir();
-        automation::rpc::Server server([dir](const auto&) { return tavro::NewLoginObject(dir); });
+        automation::rpc::Server server([dir](const auto&) { return tavro::NewLoginObject(dir); },
+                                       SpinningServer());
         server.Listen("tcp:127.0.0.1:0");
         WriteAll(out, server.Address() + "\n");
         signal(SIGTERM, [](int) { _exit(0); });
@@ -350,7 +402,8 @@ Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
         }
         automation::rpc::Server* running = nullptr;
         ObjectRef control = NewControl(host, [&running] { running->Stop(); });
-        automation::rpc::Server server([control](const auto&) { return control; });
+        automation::rpc::Server server([control](const auto&) { return control; },
+                                       SpinningServer());
         running = &server;
         server.Listen(socket);
         WriteAll(out, selection + "\n");
@@ -372,8 +425,10 @@ Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
     pid_t addin = Spawn(addinOut, [&](int out) {
         automation::rpc::SetPipelinePuts(pipelinePuts);
         AnswerConnection(tavroAddress.substr(4));
-        ObjectRef control = automation::rpc::Connect(socket);
-        Figures f = Transfer(control, selection, shape.exportBack);
+        automation::rpc::ClientOptions options;
+        options.spin = Spin();
+        ObjectRef control = automation::rpc::Connect(socket, options);
+        Figures f = Transfer(control, selection, shape.exportBack, Peers{rose, tavro});
         try {
             automation::CallByName(control, "Quit");
         } catch (const automation::AutomationError&) {
@@ -406,6 +461,8 @@ void Report(benchmark::State& state, const Figures& f, int expectedClasses, doub
     state.counters["import_ms"] = f.importSeconds * 1000;
     state.counters["export_cpu_ms"] = f.exportCpuSeconds * 1000;
     state.counters["import_cpu_ms"] = f.importCpuSeconds * 1000;
+    if (f.roseCpuSeconds >= 0) state.counters["rose_cpu_ms"] = f.roseCpuSeconds * 1000;
+    if (f.tavroCpuSeconds >= 0) state.counters["tavro_cpu_ms"] = f.tavroCpuSeconds * 1000;
     state.counters["ms" + per] = seconds * 1000 / perUnit;
     state.counters["requests" + per] = static_cast<double>(f.calls) / perUnit;
     state.counters["roundtrips" + per] = static_cast<double>(f.waits) / perUnit;
@@ -413,6 +470,7 @@ void Report(benchmark::State& state, const Figures& f, int expectedClasses, doub
     state.counters["rt_puts" + per] = static_cast<double>(f.puts) / perUnit;
     state.counters["rt_methods" + per] = static_cast<double>(f.methods) / perUnit;
     state.counters["rt_casts" + per] = static_cast<double>(f.casts) / perUnit;
+    state.counters["rt_syncs" + per] = static_cast<double>(f.syncs) / perUnit;
     state.counters["addin_MiB"] = f.addinMiB;
     if (f.roseMiB > 0) state.counters["rose_MiB"] = f.roseMiB;
     if (f.tavroMiB > 0) state.counters["tavro_MiB"] = f.tavroMiB;

@@ -28,10 +28,15 @@ struct Figures {
     // The add-in process's CPU time (user and system) during the export and the import.
     double exportCpuSeconds = 0;
     double importCpuSeconds = 0;
+    // CPU time of rose-host's and tavro-host's child processes during the export and the
+    // import together, read from /proc (10 ms steps); -1 where they are not children.
+    double roseCpuSeconds = -1;
+    double tavroCpuSeconds = -1;
     unsigned long long calls = 0;
     unsigned long long waits = 0;
-    // Of the waits: property gets, puts, method calls and interface casts.
-    unsigned long long gets = 0, puts = 0, methods = 0, casts = 0;
+    // Of the waits: property gets (with each fetch of announced reads), puts, method calls,
+    // interface casts, and waits for the replies of calls sent ahead.
+    unsigned long long gets = 0, puts = 0, methods = 0, casts = 0, syncs = 0;
     // SQLite transactions the store committed during the export and during the import;
     // counted only where the store is in the add-in's process.
     unsigned long long exportCommits = 0, importCommits = 0;
