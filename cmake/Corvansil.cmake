@@ -19,17 +19,42 @@ endif()
 # corvansil_add_library(name SOURCES ... LIBS ...): one static library per source folder.
 function(corvansil_add_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    if(WIN32)
+        file(RELATIVE_PATH dir ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+        list(TRANSFORM ARG_SOURCES PREPEND ${dir}/ OUTPUT_VARIABLE paths)
+        set(kept)
+        foreach(source path IN ZIP_LISTS ARG_SOURCES paths)
+            if(NOT path IN_LIST CORVANSIL_WIN32_LEFT_OUT_SOURCES)
+                list(APPEND kept ${source})
+            endif()
+        endforeach()
+        set(ARG_SOURCES ${kept})
+    endif()
     add_library(${name} STATIC ${ARG_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE corvansil_warnings)
 endfunction()
 
 # corvansil_add_test(name SOURCES ... LIBS ...): a GoogleTest program run by CTest, with
-# Qt on its offscreen platform so that window tests need no display.
+# Qt on its offscreen platform so that window tests need no display. For Windows the program
+# runs under Wine, which sees the Linux file system as drive Z:; its tests are listed when
+# CTest runs (a build machine need not start Wine), and a program in
+# CORVANSIL_WIN32_LEFT_OUT_TESTS is not built. FIXTURES names the CTest fixtures its tests need.
 function(corvansil_add_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;FIXTURES" ${ARGN})
+    if(WIN32 AND name IN_LIST CORVANSIL_WIN32_LEFT_OUT_TESTS)
+        return()
+    endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main corvansil_warnings)
+    if(WIN32)
+        target_compile_definitions(${name} PRIVATE
+            CORVANSIL_SOURCE_DIR="Z:${PROJECT_SOURCE_DIR}"
+            CORVANSIL_BINARY_DIR="Z:${PROJECT_BINARY_DIR}")
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+            PROPERTIES FIXTURES_REQUIRED "${ARG_FIXTURES}")
+        return()
+    endif()
     target_compile_definitions(${name} PRIVATE
         CORVANSIL_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         CORVANSIL_BINARY_DIR="${PROJECT_BINARY_DIR}")

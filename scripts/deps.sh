@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that Corvansil builds and tests with, when any is missing.
+# `--windows` installs the set for the Windows build instead: mingw-w64 (posix threads), Wine
+# to run its programs, and the GoogleTest sources it builds.
 set -euo pipefail
 
 packages=(
@@ -9,6 +11,13 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     xvfb xauth fonts-dejavu-core fonts-liberation
 )
+if [ "${1:-}" = "--windows" ]; then
+    packages=(
+        cmake ninja-build ccache
+        g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
+        wine wine64 googletest
+    )
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -95,6 +95,14 @@ enum class CallKind : std::uint8_t { Get = 1, Put = 2, Method = 3 };
 // unanswered.
 enum class CallUse : std::uint8_t { Result, NoResult, ReadOnly };
 
+// A method call by member name that a loop makes on one object each time round (see
+// SendLoopAhead); `reads` when the call only reads.
+struct LoopCall {
+    std::string_view name;
+    Args args;
+    bool reads;
+};
+
 // The dispatch interface. For a put, the value is the last argument.
 class Object {
   public:
@@ -123,6 +131,8 @@ class Object {
 
     // True when reads of this object can be announced ahead (see AnnounceReads).
     virtual bool ReadsAhead() const { return false; }
+    // See SendLoopAhead; an object whose every call is its own round trip ignores it.
+    virtual void SendLoopAhead(const std::vector<LoopCall>& /*calls*/, int /*rounds*/) {}
 };
 
 // Call helpers. Each raises `AutomationError` when `obj` is no object.
@@ -140,6 +150,16 @@ Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args
 Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args = {});
 
 // --- Reads announced ahead ---
+//
+// Why this shape. Over our sockets a call costs a round trip, two context switches, far more
+// than the call itself; over COM a call costs about as much and nothing can be batched. So
+// the routines first make fewer calls wherever the answer cannot have changed (a definition
+// being filled is locked to the session: its member collections are read once per class, not
+// once per member), which serves both transports. What is left are runs of reads that do not
+// depend on each other, or only a few steps deep: over our sockets those are walked ahead and
+// travel together, and a loop over a result set sends its rounds ahead. Both are invisible to
+// the routines' error handling: every error is raised by the call that would have raised it
+// one call at a time, inside the routine that traps it.
 //
 // A run that reads much of one element at a time (a class and its members, a definition and
 // its members) saves a round trip per read when the other process is reached over our
@@ -179,6 +199,18 @@ void AnnounceReads(const std::function<void()>& walk);
 bool ReadsAhead(const ObjectRef& obj);
 // True while a ReadScope is open.
 bool ReadScopeOpen();
+
+// --- A loop's calls sent ahead ---
+//
+// A loop that walks a result set to its end makes the same calls on the same object each time
+// round ("Next", then reads of the row's columns), and each call's reply is all it waits for.
+// Over our sockets such a loop sends `rounds` rounds of `calls` at once and then takes its
+// replies in order: each call the loop makes is answered by the first call sent ahead that is
+// the same, reading calls that the loop left out being passed over. A call that matches none
+// (the loop has ended) drops what is left: those calls have run, which for the end of a
+// result set means one "Next" more that answers False and column reads that fail, and nothing
+// else. Over COM and in-process nothing is sent ahead.
+void SendLoopAhead(const ObjectRef& obj, const std::vector<LoopCall>& calls, int rounds);
 
 // The interface cast: returns `obj` itself when it implements `iid`, else raises
 // "No such interface supported". No object stays no object.

@@ -55,6 +55,10 @@ Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Ar
 
 bool ReadsAhead(const ObjectRef& obj) { return obj && obj->ReadsAhead(); }
 
+void SendLoopAhead(const ObjectRef& obj, const std::vector<LoopCall>& calls, int rounds) {
+    if (obj) obj->SendLoopAhead(calls, rounds);
+}
+
 bool SameIid(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     for (size_t i = 0; i < a.size(); ++i) {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <deque>
 #include <unordered_map>
 #include <utility>
 
@@ -43,6 +44,7 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     Variant Call(const ObjectRef& target, std::uint32_t handle, CallKind kind, std::int32_t dispid,
                  std::string_view name, bool byName, const Args& args, CallUse use);
     bool ReadsAhead() const { return options_.readAhead; }
+    void SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>& calls, int rounds);
     void SendAnnounced() override;
     void ReceiveAnnounced() override;
     void ForgetKept() override;
@@ -63,6 +65,8 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     Variant KeptRead(const ObjectRef& target, Message& call, const Args& args);
     Variant AnnouncedRead(const ObjectRef& target, Message& call, const Args& args);
     void SendAnnouncedLocked();
+    bool TakeLoopReply(const std::string& key, Message& reply);
+    void DropLoopAheadLocked();
     void ReceiveAnnouncedLocked();
     std::uint32_t NextRequestId();
     Variant Roundtrip(Message& request, bool wait = true);
@@ -110,6 +114,13 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     std::string announced_;
     std::vector<std::pair<std::uint32_t, std::string>> pending_;
     bool ownError_ = false;  // the error Roundtrip raised last was its own request's reply
+    // A loop's calls sent ahead, in order, their replies unread.
+    struct LoopAhead {
+        std::uint32_t id;
+        std::string key;
+        bool reads;
+    };
+    std::deque<LoopAhead> loopAhead_;
     // The kinds the server introduced, by number from 1.
     std::vector<KindIids> kinds_;
 
@@ -146,6 +157,9 @@ class Proxy : public Object, public std::enable_shared_from_this<Proxy> {
                                  use);
     }
     bool ReadsAhead() const override { return connection_->ReadsAhead(); }
+    void SendLoopAhead(const std::vector<LoopCall>& calls, int rounds) override {
+        connection_->SendLoopAhead(handle_, calls, rounds);
+    }
     // Answered here when the server introduced the object's kind with it; otherwise asked
     // once per interface and kept: an object does not change its kind, and casts are frequent.
     bool Implements(std::string_view iid) const override {
@@ -200,6 +214,7 @@ void Connection::Break(std::string reason) {
     aheadFailed_ = false;
     announced_.clear();
     pending_.clear();
+    loopAhead_.clear();
     shutdown(fd_, SHUT_RDWR);
     throw AutomationError(broken_);
 }
@@ -368,6 +383,7 @@ Message Connection::Receive(std::uint32_t requestId) {
 // Reads the replies of the calls sent ahead, in the order they were sent, keeping the first
 // error.
 void Connection::CollectAhead() {
+    DropLoopAheadLocked();
     if (!outbox_.empty()) {
         std::string frame = std::move(outbox_);
         outbox_.clear();
@@ -512,6 +528,82 @@ Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const 
     throw NotYetRead();
 }
 
+void Connection::SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>& calls,
+                               int rounds) {
+    if (!options_.readAhead || calls.empty()) return;
+    std::vector<std::pair<Message, std::string>> encoded;
+    try {
+        for (const LoopCall& loopCall : calls) {
+            Message call =
+                CallMessage(handle, CallKind::Method, 0, loopCall.name, true, loopCall.args);
+            std::string key = KeyOf(call);
+            encoded.emplace_back(std::move(call), std::move(key));
+        }
+    } catch (const AutomationError&) {
+        return;
+    }
+    std::lock_guard lock(call_);
+    // Only on a quiet connection: the replies must be the next ones to arrive.
+    if (!broken_.empty() || !outbox_.empty() || !ahead_.empty() || aheadFailed_ ||
+        !announced_.empty() || !pending_.empty() || !loopAhead_.empty()) {
+        return;
+    }
+    std::string frame;
+    AppendReleases(frame);
+    for (int round = 0; round < rounds; ++round) {
+        for (std::size_t k = 0; k < encoded.size(); ++k) {
+            Message& call = encoded[k].first;
+            call.requestId = NextRequestId();
+            call.noWait = false;
+            EncodeFrame(call, frame);
+            loopAhead_.push_back({call.requestId, encoded[k].second, calls[k].reads});
+            detail::CountCall();
+        }
+    }
+    detail::CountFetch();
+    try {
+        Send(frame);
+    } catch (const AutomationError&) {
+        // Broken: every call raises that itself.
+    }
+}
+
+// The reply to the loop's call `key`: the first call sent ahead that is the same, the reading
+// calls before it passed over. False when there is none to take (nothing is left ahead then).
+bool Connection::TakeLoopReply(const std::string& key, Message& reply) {
+    std::lock_guard lock(call_);
+    if (loopAhead_.empty() || !broken_.empty()) return false;
+    std::size_t match = 0;
+    while (match < loopAhead_.size() && loopAhead_[match].key != key) {
+        if (!loopAhead_[match].reads) {
+            DropLoopAheadLocked();
+            return false;
+        }
+        ++match;
+    }
+    if (match == loopAhead_.size()) {
+        DropLoopAheadLocked();
+        return false;
+    }
+    for (std::size_t k = 0; k <= match; ++k) {
+        reply = Receive(loopAhead_.front().id);
+        loopAhead_.pop_front();
+    }
+    return true;
+}
+
+// Reads and drops the replies of the loop's calls still ahead: the loop has ended.
+void Connection::DropLoopAheadLocked() {
+    while (!loopAhead_.empty()) {
+        std::uint32_t id = loopAhead_.front().id;
+        loopAhead_.pop_front();
+        Message reply = Receive(id);
+        // A dropped object result still counts as received (see CollectAhead).
+        if (reply.type == MessageType::Reply && !reply.values.empty())
+            FromWire(reply.values.front());
+    }
+}
+
 void Connection::SendAnnouncedLocked() {
     if (announced_.empty()) return;
     std::string frame;
@@ -523,6 +615,7 @@ void Connection::SendAnnouncedLocked() {
 
 // Every reply read is kept, an error as much as a result: the read raises it when it is made.
 void Connection::ReceiveAnnouncedLocked() {
+    DropLoopAheadLocked();
     if (pending_.empty() || !announced_.empty()) return;
     detail::CountFetch();
     auto pending = std::move(pending_);
@@ -663,6 +756,18 @@ Variant Connection::Call(const ObjectRef& target, std::uint32_t handle, CallKind
         // What was kept may be what this call changes.
         ForgetKept();
         SyncOthers(this);
+    }
+    if (!ahead) {
+        Message reply;
+        if (TakeLoopReply(KeyOf(call), reply)) {
+            try {
+                if (reply.type == MessageType::Error) throw AutomationError(reply.text);
+                return reply.values.empty() ? Variant() : FromWire(reply.values.front());
+            } catch (const AutomationError&) {
+                if (reads) SyncOthers(this);
+                throw;
+            }
+        }
     }
     try {
         if (reads && options_.readAhead && ReadScopeOpen()) return KeptRead(target, call, args);

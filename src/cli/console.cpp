@@ -1,13 +1,11 @@
 // The console's transfer window: the selection taken from the arguments, and the log rows and
 // status texts printed as they change.
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <ostream>
 
 #include "cli/cli.h"
+#include "cli/terminal.h"
 #include "server/server.h"
 
 namespace cli {
@@ -152,8 +150,7 @@ std::string UnmatchedText(const Options& options, const std::string& pattern) {
 }
 
 std::size_t TerminalColumns(int fd, const char* columnsVariable) {
-    winsize size{};
-    if (::ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    if (std::size_t width = TerminalWidth(fd); width > 0) return width;
     if (columnsVariable != nullptr) {
         char* end = nullptr;
         long columns = std::strtol(columnsVariable, &end, 10);
@@ -237,7 +234,7 @@ void ConsoleWindow::RowChanged(std::int16_t logId) {
     // part. It stops short of the last column: some terminals wrap as soon as it is written.
     // The width is asked for every time, so that a resized terminal is followed.
     std::size_t columns =
-        columns_ != 0 ? columns_ : TerminalColumns(STDOUT_FILENO, std::getenv("COLUMNS"));
+        columns_ != 0 ? columns_ : TerminalColumns(/*fd=*/1, std::getenv("COLUMNS"));
     std::string progress =
         "[" + std::to_string(logId) + "/" + std::to_string(Rows().size()) + "] " + line;
     out_ << CutToCharacters(progress, columns - 1) << std::flush;

@@ -1,12 +1,10 @@
 // corvansil-cli: the command line, the real connections, and a password asked for only when
 // there is a terminal to ask on.
-#include <termios.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <iostream>
 
 #include "cli/cli.h"
+#include "cli/terminal.h"
 #include "install/install.h"
 #include "platform/rose_attach.h"
 #include "platform/tavro_factory.h"
@@ -16,20 +14,11 @@ namespace {
 // Asks for the server password on the terminal, without echo, when nothing else gave one.
 void AskPasswordWhenInteractive(const cli::Options& options) {
     if (!options.passwordFile.empty() || std::getenv("TAVRO_PASSWORD")) return;
-    if (!::isatty(STDIN_FILENO) || !::isatty(STDERR_FILENO)) return;
+    if (!cli::IsTerminal(0) || !cli::IsTerminal(2)) return;
     std::cerr << "Tavro password: " << std::flush;
-    termios saved{};
-    bool quiet = ::tcgetattr(STDIN_FILENO, &saved) == 0;
-    if (quiet) {
-        termios silent = saved;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        ::tcsetattr(STDIN_FILENO, TCSANOW, &silent);
-    }
-    std::string password;
-    std::getline(std::cin, password);
-    if (quiet) ::tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+    std::string password = cli::ReadLineUnechoed();
     std::cerr << "\n";
-    ::setenv("TAVRO_PASSWORD", password.c_str(), 1);
+    cli::SetEnvironment("TAVRO_PASSWORD", password);
 }
 
 }  // namespace
@@ -52,6 +41,6 @@ int main(int argc, char** argv) {
     AskPasswordWhenInteractive(parsed.options);
     platform::InstallTavroFactory();
     platform::InstallRoseAttach();
-    bool live = ::isatty(STDOUT_FILENO) != 0;
+    bool live = cli::IsTerminal(1) && cli::PrepareLiveOutput();
     return cli::RunCommand(parsed.options, std::cout, std::cerr, live);
 }

@@ -7,11 +7,13 @@
 #include <sstream>
 
 #include "cli/cli.h"
+#include "cli/terminal.h"
 #include "export/export.h"
 #include "import/import.h"
 #include "model/model.h"
 #include "model/rose.h"
 #include "platform/platform.h"
+#include "platform/rose_attach.h"
 #include "platform/rose_socket.h"
 #include "platform/tavro_factory.h"
 #include "server/server.h"
@@ -66,7 +68,11 @@ std::string UnreachableText(Side side) {
             }
             return "cannot reach the Tavro server at " + TavroAddress();
         case Side::Rose:
+#ifdef _WIN32
+            return std::string("cannot reach the running ") + platform::kRoseProgId;
+#else
             return "cannot reach rose-host at " + platform::RoseSocketPath();
+#endif
     }
     return "";
 }
@@ -128,10 +134,10 @@ class ConsoleUi {
 
 // The connection options take the place of the environment the connection dialog reads.
 bool ApplyConnectionOptions(const Options& options, std::ostream& err) {
-    if (!options.server.empty()) ::setenv("TAVRO_CONNECTION", options.server.c_str(), 1);
-    if (!options.user.empty()) ::setenv("TAVRO_USER", options.user.c_str(), 1);
+    if (!options.server.empty()) SetEnvironment("TAVRO_CONNECTION", options.server);
+    if (!options.user.empty()) SetEnvironment("TAVRO_USER", options.user);
     if (!options.roseSocket.empty()) {
-        ::setenv("CORVANSIL_ROSE_SOCKET", options.roseSocket.c_str(), 1);
+        SetEnvironment("CORVANSIL_ROSE_SOCKET", options.roseSocket);
     }
     if (options.passwordFile.empty()) return true;
     std::string password;
@@ -146,7 +152,7 @@ bool ApplyConnectionOptions(const Options& options, std::ostream& err) {
         std::getline(file, password);
     }
     if (!password.empty() && password.back() == '\r') password.pop_back();
-    ::setenv("TAVRO_PASSWORD", password.c_str(), 1);
+    SetEnvironment("TAVRO_PASSWORD", password);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "install/vocabulary.h"
 #include "model/rose.h"
 #include "naming/naming.h"
+#include "platform/files.h"
 #include "platform/registry.h"
 
 namespace exporting {
@@ -21,9 +22,10 @@ bool IsBooleanText(const char* text) {
 std::string PropertyFileText() {
     std::string installDir;
     if (platform::ReadRegistryValue(install::AddInKeyPath("Rose"), "InstallDir", installDir)) {
-        return installDir + "/" + install::kPropertyFileName;
+        return installDir + platform::kPathSeparator + install::kPropertyFileName;
     }
-    return std::string(install::kPropertyFileName) + " beside the corvansil executable";
+    return std::string(install::kPropertyFileName) + " beside the " + install::kExecutableName +
+           " executable";
 }
 
 std::string MissingDefaultsText(const std::string& className, const char* keyword,
@@ -33,9 +35,9 @@ std::string MissingDefaultsText(const std::string& className, const char* keywor
                "(the class keyword ") +
            keyword + " of " + className + " reads \"\", not its default \"" + defaultValue +
            "\"), so every class would fail \"Type mismatch\": the model property file " +
-           PropertyFileText() + " or the registry file " + platform::RegistryFilePath() +
-           " ($CORVANSIL_REGISTRY) that names it is missing or damaged; run corvansil INSTALL, "
-           "then restart the modelling tool";
+           PropertyFileText() + " or " + platform::RegistryPlaceText() +
+           " that names it is missing or damaged; run " + install::kExecutableName +
+           " INSTALL, then restart the modelling tool";
 }
 
 // "" when the class shows that the defaults are loaded, or cannot show it; the text otherwise.

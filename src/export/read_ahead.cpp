@@ -101,9 +101,8 @@ void WalkItems(const ObjectRef& collection, ItemFn itemAt, WalkFn walk) {
 
 void WalkClass(const ObjectRef& roseClass) {
     Branch([&] { rose::QualifiedName(roseClass); });
-    Branch([&] {
-        rose::GetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefinedProperty);
-    });
+    Branch(
+        [&] { rose::GetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefinedProperty); });
     Branch([&] { rose::DocText(roseClass); });
     Branch([&] { rose::IsAbstract(roseClass); });
     Branch([&] { rose::IsPersistent(roseClass); });

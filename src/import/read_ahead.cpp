@@ -48,9 +48,8 @@ void WalkMembers(const ObjectRef& classDef, const char* collectionName, WalkFn w
     ObjectRef collection = automation::GetByName(classDef, collectionName).ToObject();
     std::int16_t count = automation::GetByName(collection, m::kCount).ToInt16();
     for (std::int16_t i = 1; i <= count; ++i) {
-        Branch([&] {
-            walk(automation::CallByNameReadOnly(collection, m::kGetAt, {i}).ToObject());
-        });
+        Branch(
+            [&] { walk(automation::CallByNameReadOnly(collection, m::kGetAt, {i}).ToObject()); });
     }
 }
 
@@ -63,8 +62,7 @@ void WalkProperty(const ObjectRef& propDef) {
 }
 
 void WalkMethod(const ObjectRef& methodDef) {
-    WalkValues(methodDef,
-               {m::kName, m::kReturnType, m::kFormalSpec, m::kDescription, m::kPrivate});
+    WalkValues(methodDef, {m::kName, m::kReturnType, m::kFormalSpec, m::kDescription, m::kPrivate});
     WalkKeywords(methodDef, install::kOperationKeywords);
 }
 

@@ -13,6 +13,14 @@ inline constexpr const char* ProgramVersion = "1.0.0.1.0";
 inline constexpr const char* kCompany = "Corvansil";
 inline constexpr const char* kCopyright = "Copyright (C) 2026 Corvansil";
 
+// The installed executable as the menu's Exec lines name it, whatever the running file is
+// called: the Linux program, or the Windows one in the install directory.
+#ifdef _WIN32
+inline constexpr const char* kExecutableName = "Corvansil.exe";
+#else
+inline constexpr const char* kExecutableName = "corvansil";
+#endif
+
 inline constexpr const char* kMenuFileName = "Corvansil.mnu";
 inline constexpr const char* kPropertyFileName = "Corvansil.pty";
 
@@ -26,13 +34,14 @@ void RegisterAddIn(const std::string& installDirectory, const std::string& hostW
 
 // The 26 lines of the Tools menu for an add-in installed in `installDirectory`.
 std::string MenuFileText(const std::string& installDirectory);
-// Writes `installDirectory` + "/Corvansil.mnu", replacing any older file. Raises
+// Writes Corvansil.mnu in `installDirectory` (in the system's ANSI code page), replacing any
+// older file. Raises
 // platform::FileError; what was written before the failure stays.
 void WriteMenuFile(const std::string& installDirectory);
 
 // The 446 lines (10,978 bytes) of the model property file, generated from vocabulary.h.
 std::string PropertyFileText();
-// Writes `installDirectory` + "/Corvansil.pty", replacing any older file. Raises
+// Writes Corvansil.pty in `installDirectory`, replacing any older file. Raises
 // platform::FileError; the file may then be incomplete.
 void WritePropertyFile(const std::string& installDirectory);
 

@@ -21,7 +21,8 @@ struct MenuLine {
 };
 
 // The Exec lines start the installed executable with the option's command word inside the
-// same pair of double quotes; the path is not escaped.
+// same pair of double quotes; the path is not escaped, and joins the executable's name with
+// the system's separator.
 constexpr MenuLine kMenu[] = {
     {0, "Menu Tools", nullptr},
     {0, "{", nullptr},
@@ -54,7 +55,8 @@ constexpr MenuLine kMenu[] = {
 std::string MenuLineText(const MenuLine& line, const std::string& installDirectory) {
     std::string text = line.text != nullptr
                            ? std::string(line.text)
-                           : "Exec \"" + installDirectory + "/corvansil " + line.word + "\"";
+                           : "Exec \"" + installDirectory + platform::kPathSeparator +
+                                 kExecutableName + " " + line.word + "\"";
     return Indent(line.level) + text + "\r\n";
 }
 
@@ -67,8 +69,9 @@ std::string MenuFileText(const std::string& installDirectory) {
 }
 
 void WriteMenuFile(const std::string& installDirectory) {
-    platform::OutputFile file(installDirectory + "/" + kMenuFileName);
-    for (const auto& line : kMenu) file.Write(MenuLineText(line, installDirectory));
+    platform::OutputFile file(installDirectory + platform::kPathSeparator + kMenuFileName);
+    for (const auto& line : kMenu)
+        file.Write(platform::AnsiText(MenuLineText(line, installDirectory)));
     file.Close();
 }
 

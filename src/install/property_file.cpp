@@ -121,7 +121,7 @@ std::string PropertyFileText() {
 }
 
 void WritePropertyFile(const std::string& installDirectory) {
-    platform::OutputFile file(installDirectory + "/" + kPropertyFileName);
+    platform::OutputFile file(installDirectory + platform::kPathSeparator + kPropertyFileName);
     for (const auto& line : PropertyFileLines()) file.Write(line + kLineEnd);
     file.Close();
 }

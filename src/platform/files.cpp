@@ -1,48 +1,11 @@
 #include "platform/files.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
+
+#include "platform/files_internal.h"
 
 namespace platform {
 namespace {
-
-int PosixOpen(const std::string& path, int& fd) {
-    fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    return fd < 0 ? errno : 0;
-}
-
-int PosixWrite(int fd, const char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t written = ::write(fd, data, size);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return errno;
-        }
-        data += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return 0;
-}
-
-int PosixClose(int fd) { return ::close(fd) == 0 ? 0 : errno; }
-
-int PosixRename(const std::string& from, const std::string& to) {
-    return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
-FileOps DefaultFileOps() { return FileOps{PosixOpen, PosixWrite, PosixClose, PosixRename}; }
-
-std::string ProcSelfExeDirectory() {
-    std::error_code error;
-    std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) return "";
-    return exe.parent_path().string();
-}
 
 [[noreturn]] void RaiseFileError(const char* verb, const std::string& path, int error) {
     throw FileError(std::string("cannot ") + verb + " " + path + ": " + std::strerror(error));
@@ -51,11 +14,11 @@ std::string ProcSelfExeDirectory() {
 }  // namespace
 
 FileOps& Files() {
-    static FileOps ops = DefaultFileOps();
+    static FileOps ops = sys::DefaultFileOps();
     return ops;
 }
 
-void ResetFiles() { Files() = DefaultFileOps(); }
+void ResetFiles() { Files() = sys::DefaultFileOps(); }
 
 OutputFile::OutputFile(const std::string& path) : path_(path) {
     int error = Files().open(path_, fd_);
@@ -83,10 +46,12 @@ void OutputFile::Close() {
 }
 
 std::function<std::string()>& ExecutableDirectoryOp() {
-    static std::function<std::string()> op = ProcSelfExeDirectory;
+    static std::function<std::string()> op = sys::ExecutableDirectory;
     return op;
 }
 
 std::string ExecutableDirectory() { return ExecutableDirectoryOp()(); }
+
+std::string AnsiText(const std::string& text) { return sys::AnsiText(text); }
 
 }  // namespace platform

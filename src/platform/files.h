@@ -11,7 +11,14 @@
 
 namespace platform {
 
-// Each operation returns 0 on success or an errno value.
+// The separator between a directory and a name in the system's paths.
+#ifdef _WIN32
+inline constexpr char kPathSeparator = '\\';
+#else
+inline constexpr char kPathSeparator = '/';
+#endif
+
+// Each operation returns 0 on success or an errno value. Paths are UTF-8.
 struct FileOps {
     // Opens `path` for writing: created when absent, emptied when present.
     std::function<int(const std::string& path, int& fd)> open;
@@ -24,7 +31,7 @@ struct FileOps {
 
 // The table in force; replace members to install a test's version.
 FileOps& Files();
-// Puts the POSIX operations back.
+// Puts the system's operations back.
 void ResetFiles();
 
 // A failure to create, write or close a file; `what()` is the message the run ends with.
@@ -50,10 +57,22 @@ class OutputFile {
     int fd_ = -1;
 };
 
-// The directory that holds the running executable, as the system reports it (the target of
-// /proc/self/exe without its last component; "/" for an executable in the root directory).
+// The directory that holds the running executable, as the system reports it: on Linux the
+// target of /proc/self/exe without its last component ("/" for the root directory), on Windows
+// the module's own path without its file name ("C:\\" for a drive's root).
 std::string ExecutableDirectory();
 // The operation behind `ExecutableDirectory`; tests replace it.
 std::function<std::string()>& ExecutableDirectoryOp();
+
+// `text` (UTF-8) in the system's ANSI code page, as the installed files and the registry hold
+// it. On Linux that code page is UTF-8 and the text is returned as it is; on Windows a
+// character the code page lacks becomes the code page's default character.
+std::string AnsiText(const std::string& text);
+
+#ifdef _WIN32
+// UTF-8 and the UTF-16 of the system's wide functions.
+std::wstring WideText(const std::string& text);
+std::string Utf8Text(const std::wstring& text);
+#endif
 
 }  // namespace platform

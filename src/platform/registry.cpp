@@ -73,6 +73,10 @@ std::string RegistryFilePath() {
     return config + "/corvansil/registry.reg";
 }
 
+std::string RegistryPlaceText() {
+    return "the registry file " + RegistryFilePath() + " ($CORVANSIL_REGISTRY)";
+}
+
 LONG RegCreateKeyExA(HKEY hKey, LPCSTR lpSubKey, DWORD Reserved, LPSTR /*lpClass*/,
                      DWORD /*dwOptions*/, REGSAM /*samDesired*/,
                      const SECURITY_ATTRIBUTES* /*lpSecurityAttributes*/, PHKEY phkResult,

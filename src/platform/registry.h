@@ -1,6 +1,7 @@
-// The three registry functions of the installation, with their Windows signatures. On this
-// platform HKEY_LOCAL_MACHINE is kept in a REGEDIT4 text file, `$CORVANSIL_REGISTRY`, by
-// default `${XDG_CONFIG_HOME:-$HOME/.config}/corvansil/registry.reg`.
+// The three registry functions of the installation, with their Windows signatures. On Linux
+// HKEY_LOCAL_MACHINE is kept in a REGEDIT4 text file, `$CORVANSIL_REGISTRY`, by default
+// `${XDG_CONFIG_HOME:-$HOME/.config}/corvansil/registry.reg`; on Windows they are the system's
+// own functions on the real registry (registry_win32.cpp), and the file does not exist.
 #pragma once
 
 #include <cstdint>
@@ -50,7 +51,7 @@ LONG RegSetValueExA(HKEY hKey, LPCSTR lpValueName, DWORD Reserved, DWORD dwType,
                     DWORD cbData);
 LONG RegCloseKey(HKEY hKey);
 
-// How the file behaves, beyond the Windows contract:
+// How the file behaves on Linux, beyond the Windows contract:
 // - keys are created with their missing parents; key paths and value names are compared
 //   without regard to letter case and keep the spelling of their first creation;
 // - every change is a read-modify-write of the whole file under an exclusive lock (a
@@ -61,8 +62,13 @@ LONG RegCloseKey(HKEY hKey);
 // - only REG_SZ values can be set; values of other types already in the file are kept as
 //   they are.
 
+#ifndef _WIN32
 // The path of the file that holds HKEY_LOCAL_MACHINE.
 std::string RegistryFilePath();
+#endif
+// Where the registry is, as our own diagnostics name it: "the registry file PATH
+// ($CORVANSIL_REGISTRY)" on Linux, "the registry" on Windows.
+std::string RegistryPlaceText();
 
 // Reads the REG_SZ value `valueName` ("" for the default value) of the key `keyPath` under
 // HKEY_LOCAL_MACHINE, for example "SOFTWARE\Rational Software\Rose\AddIns\Tavro". False
@@ -75,6 +81,7 @@ std::vector<std::string> ListRegistrySubkeys(const std::string& keyPath);
 
 // Why the registry file cannot be read, for a warning: "" when it reads or does not exist
 // (an absent file is an empty registry), otherwise the reason ("line 3: bad value line").
+// Always "" on Windows.
 std::string RegistryFileProblem();
 
 }  // namespace platform

@@ -180,6 +180,8 @@ class TavroFactory : public automation::Object {
 
 const std::string& LastConnectionFailure() { return LastFailure(); }
 
+void SetLastConnectionFailure(std::string why) { LastFailure() = std::move(why); }
+
 std::string MalformedConnectionText(const std::string& connection) {
     return "the Tavro server address '" + connection + "' is not HOST:PORT:NAMESPACE";
 }
@@ -216,6 +218,9 @@ std::string JoinConnectionString(const ConnectionParts& parts) {
 
 ObjectRef NewTavroFactory() { return std::make_shared<TavroFactory>(); }
 
+// On Windows the factory is the server's own COM class instead (tavro_factory_win32.cpp); the
+// object above is what its stand-in serves there.
+#ifndef _WIN32
 void InstallTavroFactory() {
     ObjectOps& ops = Objects();
     auto earlier = ops.createObject;
@@ -224,5 +229,6 @@ void InstallTavroFactory() {
         return earlier(progId);
     };
 }
+#endif
 
 }  // namespace platform

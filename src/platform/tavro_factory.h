@@ -65,6 +65,8 @@ std::string JoinConnectionString(const ConnectionParts& parts);
 // string, no server or a busy one (the transport's own text), or a refused login with the
 // server's reason. "" after one that succeeded.
 const std::string& LastConnectionFailure();
+// Sets that text, for a factory of another process whose reason is learnt from it afterwards.
+void SetLastConnectionFailure(std::string why);
 // The text for a connection string that is not "HOST:PORT:NAMESPACE".
 std::string MalformedConnectionText(const std::string& connection);
 

@@ -109,7 +109,7 @@ std::int16_t LinkModeOf(RunKind kind) {
 std::string HostWordFor(const std::string& word) { return word == "MSVM" ? "MSVM" : "Rose"; }
 
 std::string InstallDirectoryFrom(const std::string& executableDirectory) {
-    if (!executableDirectory.empty() && executableDirectory.back() == '/')
+    if (!executableDirectory.empty() && executableDirectory.back() == platform::kPathSeparator)
         return executableDirectory.substr(0, executableDirectory.size() - 1);
     return executableDirectory;
 }

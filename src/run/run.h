@@ -31,8 +31,8 @@ std::int16_t LinkModeOf(RunKind kind);
 // The host an interactive installation registers with: "MSVM" for the word MSVM, else "Rose".
 std::string HostWordFor(const std::string& word);
 
-// The directory that holds the running executable, without one trailing '/' (so the root
-// directory gives "").
+// The directory that holds the running executable, without one trailing separator ('/' on
+// Linux, so the root directory gives ""; '\' on Windows, so C:\ gives C:).
 std::string GetInstallDirectory();
 // The same rule applied to a directory path.
 std::string InstallDirectoryFrom(const std::string& executableDirectory);

@@ -1,5 +1,6 @@
 // The class query "Summary": the classification of every server class, and the transfer
 // window's list of server classes.
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <functional>
@@ -108,6 +109,35 @@ bool NextRow(const ObjectRef& query) {
     }
 }
 
+// Over our sockets the rows travel many at a time: the calls of the next rounds of the loop
+// go out together (see automation::SendLoopAhead), each round a "Next" and the reads of the
+// columns the loop may read, in the order it reads them.
+class RowsAhead {
+  public:
+    RowsAhead(ObjectRef query, std::initializer_list<const Column*> columns)
+        : query_(std::move(query)) {
+        calls_.push_back({rs::kNext, {}, false});
+        for (const Column* column : columns) {
+            calls_.push_back({rs::kColumnValue, {column->position}, true});
+        }
+    }
+    // Before each "Next". A short result set costs the server few calls past its end: the
+    // rounds sent at once start few and double up to a bound.
+    void Refill() {
+        if (left_-- > 0) return;
+        automation::SendLoopAhead(query_, calls_, rounds_);
+        left_ = rounds_ - 1;
+        rounds_ = std::min(rounds_ * 2, kMaxRounds);
+    }
+
+  private:
+    static constexpr int kMaxRounds = 256;
+    ObjectRef query_;
+    std::vector<automation::LoopCall> calls_;
+    int rounds_ = 8;
+    int left_ = 0;
+};
+
 // The flag in the current row; a value that cannot be read counts as not set.
 bool RowFlag(const ObjectRef& query, const Column& column) {
     bool set = false;
@@ -140,7 +170,10 @@ void LoadServerClassTypes(ClassTypes& types) {
     const Column& serial = columns[6];
 
     PassOverErrors([&] { CallByName(query, rs::kExecute); });
-    while (NextRow(query)) {
+    RowsAhead rows(query, {&datatype, &persistent, &serial, &name});
+    for (;;) {
+        rows.Refill();
+        if (!NextRow(query)) break;
         ClassDesc desc;
         if (RowFlag(query, datatype)) {
             desc.ClassType = kDatatypeClass;
@@ -182,7 +215,10 @@ void LoadTavroClassList() {
     bool includeDatatype = form.CheckValue(window::CheckBox::IncludeDatatype) != 0;
     bool includeSystem = form.CheckValue(window::CheckBox::IncludeSystem) != 0;
     PassOverErrors([&] { CallByName(query, rs::kExecute); });
-    while (NextRow(query)) {
+    RowsAhead rows(query, {&datatype, &system, &name});
+    for (;;) {
+        rows.Refill();
+        if (!NextRow(query)) break;
         if (!includeDatatype && RowFlag(query, datatype)) continue;
         if (!includeSystem && RowFlag(query, system)) continue;
         PassOverErrors([&] {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "window/plain_window.h"
+#include "window/run_ops.h"
 #include "window/window.h"
 
 class QCheckBox;
@@ -23,24 +24,6 @@ class QTreeWidget;
 namespace window {
 
 class SortedListModel;
-
-// What the window calls on the other side. The program fills every member; a member left
-// empty does nothing (a connector left empty never connects).
-struct RunOps {
-    // Fills the lists from the model in export mode; the window passes its four lists.
-    std::function<void(ClassList& availList, ClassList& selectList, ClassList& availListIds,
-                       ClassList& selectListIds)>
-        LoadRoseClassList;
-    // Refills the available list from the server in import mode.
-    std::function<void()> LoadTavroClassList;
-    // True when connected; the start button passes a namespace string of its own.
-    std::function<bool(std::string& serverNamespace)> ConnectToServer;
-    // True when the modelling tool's application object is held.
-    std::function<bool()> ConnectToRose;
-    // The drivers: each runs over the whole selected list and returns when done.
-    std::function<void()> ExportClasses;
-    std::function<void()> ImportClasses;
-};
 
 class ImportExportWindow final : public QWidget, public TransferWindow {
   public:

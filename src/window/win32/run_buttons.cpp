@@ -1,0 +1,74 @@
+// The start button, which turns the window from selection into a run, and the cancel/close
+// button. There is no cancel flag: a confirmed cancel ends the process wherever the run is.
+#include <exception>
+
+#include "automation/automation.h"
+#include "platform/platform.h"
+#include "window/win32/window_ids.h"
+#include "window/win32/window_win32.h"
+
+namespace window::win32 {
+
+// Asks until the connection is there; Cancel ends the process at once.
+template <typename Connect>
+static void ConnectOrEnd(Connect connect, const char* failureText) {
+    while (!connect()) {
+        auto answer = platform::MessageBox(failureText, platform::Buttons::RetryCancel);
+        if (answer != platform::Answer::Retry) platform::EndProcess(0);
+    }
+}
+
+void ImportExportWindow::RunTransfer() {
+    if (LinkMode == 1) {
+        StatusMessage("Starting Export");
+        // The namespace is the handler's own: the export driver reaches the server through
+        // the connection itself.
+        std::string serverNamespace;
+        ConnectOrEnd([&] { return ops_.ConnectToServer && ops_.ConnectToServer(serverNamespace); },
+                     "Unable to connect to Tavro");
+        StatusMessage("Connected to Tavro");
+        StatusMessage("Exporting ...");
+        ClearLog();
+        if (ops_.ExportClasses) ops_.ExportClasses();
+        return;
+    }
+    if (LinkMode == 2) {
+        StatusMessage("Starting Import");
+        ConnectOrEnd([&] { return ops_.ConnectToRose && ops_.ConnectToRose(); },
+                     "Unable to connect to Rational Rose");
+        StatusMessage("Connected to Rose");
+        StatusMessage("Importing ...");
+        ClearLog();
+        if (ops_.ImportClasses) ops_.ImportClasses();
+    }
+}
+
+void ImportExportWindow::cmdExportImport_Click() {
+    // From here on the close button is the only control the user can act on, so no second
+    // run and no change of the selection can start while this one goes on.
+    ShowFrame(IDC_FRAMAIN, false);
+    ShowFrame(IDC_FRALOG, true);
+    SetVisible(IDC_CMDEXPORTIMPORT, false);
+    SetFocus(Item(IDC_CMDCLOSE));
+    // An error that the drivers do not trap ends the run; the user is told what it was and
+    // the rows written so far stay in the log.
+    try {
+        RunTransfer();
+    } catch (const automation::AutomationError& error) {
+        platform::MessageBox(error.Description(), platform::Buttons::Ok, platform::Icon::Critical);
+    } catch (const std::exception& error) {
+        platform::MessageBox(error.what(), platform::Buttons::Ok, platform::Icon::Critical);
+    }
+    SetCloseCaption("Close");
+}
+
+void ImportExportWindow::cmdClose_Click() {
+    if (CloseCaption() != "Cancel") platform::EndProcess(0);
+    auto answer =
+        platform::MessageBox("Are you sure you want to cancel?", platform::Buttons::YesNo);
+    if (answer == platform::Answer::Yes) platform::EndProcess(0);
+}
+
+void ImportExportWindow::Form_Unload() { platform::EndProcess(0); }
+
+}  // namespace window::win32
