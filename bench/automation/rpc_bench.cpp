@@ -1,6 +1,9 @@
 // What one automation call costs: in process, over the RPC transport, and a bare socket
 // ping-pong of the same frame sizes beside it, each with sleeping waits ("block") and with
-// a short busy poll before sleeping ("poll"). The RPC/bare ratio is the transport's overhead.
+// a short busy poll before sleeping ("poll"). The RPC/bare ratio is the transport's overhead:
+// BM_RpcCall measures a bare ping-pong of the same sizes and kind right after its calls and
+// reports both and their ratio (rpc_us, bare_us, x_bare), so that one run under one load
+// gives the pair.
 #include <benchmark/benchmark.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -9,6 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <string>
@@ -25,6 +29,12 @@ using automation::Variant;
 namespace {
 
 constexpr std::chrono::microseconds kSpin{100};
+// At most this many bare round trips follow an RPC benchmark's calls.
+constexpr std::int64_t kBareRounds = 20000;
+
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
 
 ObjectRef MakeClass() {
     auto cls = std::make_shared<automation::LocalObject>(std::vector<std::string>{});
@@ -56,34 +66,6 @@ void BM_InProcessCall(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(automation::Get(cls, 100));
 }
 BENCHMARK(BM_InProcessCall);
-
-// range(0): 0 unix, 1 tcp; range(1): 0 block, 1 poll.
-void BM_RpcCall(benchmark::State& state) {
-    bool polling = state.range(1) == 1;
-    std::string address = state.range(0) == 0
-                              ? "unix:/tmp/corvansil-bench-" + std::to_string(getpid()) + ".sock"
-                              : "tcp:127.0.0.1:0";
-    ObjectRef cls = MakeClass();
-    automation::rpc::ServerOptions serverOptions;
-    serverOptions.spin = polling ? kSpin : std::chrono::microseconds(0);
-    automation::rpc::Server server([cls](const automation::rpc::ConnectionInfo&) { return cls; },
-                                   serverOptions);
-    server.Listen(address);
-    server.Start();
-    automation::rpc::ClientOptions clientOptions;
-    clientOptions.spin = serverOptions.spin;
-    ObjectRef remote = automation::rpc::Connect(server.Address(), clientOptions);
-    for (auto _ : state) benchmark::DoNotOptimize(automation::Get(remote, 100));
-    remote.reset();
-    server.Stop();
-    server.Join();
-}
-BENCHMARK(BM_RpcCall)
-    ->ArgNames({"tcp", "poll"})
-    ->Args({0, 0})
-    ->Args({0, 1})
-    ->Args({1, 0})
-    ->Args({1, 1});
 
 // Reads exactly `n` bytes; polls without sleeping for kSpin first when `polling`.
 bool ReadExactly(int fd, char* buf, std::size_t n, bool polling) {
@@ -130,35 +112,95 @@ void SocketPair(bool tcp, int fds[2]) {
     setsockopt(fds[1], IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
 }
 
+// A request and reply of the RPC call's sizes over two connected sockets, answered by an
+// echo thread.
+class PingPong {
+  public:
+    PingPong(bool tcp, bool polling)
+        : polling_(polling), request_(RequestSize(), 'q'), reply_(ReplySize(), '\0'), fds_{-1, -1} {
+        SocketPair(tcp, fds_);
+        echo_ = std::thread([this, requestSize = request_.size(), replySize = reply_.size()] {
+            std::string in(requestSize, '\0');
+            std::string out(replySize, 'r');
+            while (ReadExactly(fds_[1], in.data(), requestSize, polling_)) {
+                send(fds_[1], out.data(), out.size(), MSG_NOSIGNAL);
+            }
+        });
+    }
+    ~PingPong() {
+        shutdown(fds_[0], SHUT_RDWR);
+        echo_.join();
+        close(fds_[0]);
+        close(fds_[1]);
+    }
+    PingPong(const PingPong&) = delete;
+    PingPong& operator=(const PingPong&) = delete;
+
+    bool Once() {
+        send(fds_[0], request_.data(), request_.size(), MSG_NOSIGNAL);
+        return ReadExactly(fds_[0], reply_.data(), reply_.size(), polling_);
+    }
+
+  private:
+    bool polling_;
+    std::string request_;
+    std::string reply_;
+    int fds_[2];
+    std::thread echo_;
+};
+
 void BM_BarePingPong(benchmark::State& state) {
-    bool tcp = state.range(0) == 1;
-    bool polling = state.range(1) == 1;
-    const std::size_t requestSize = RequestSize();
-    const std::size_t replySize = ReplySize();
-    int fds[2];
-    SocketPair(tcp, fds);
-    std::thread echo([&] {
-        std::string in(requestSize, '\0');
-        std::string out(replySize, 'r');
-        while (ReadExactly(fds[1], in.data(), requestSize, polling)) {
-            send(fds[1], out.data(), out.size(), MSG_NOSIGNAL);
-        }
-    });
-    std::string request(requestSize, 'q');
-    std::string reply(replySize, '\0');
+    PingPong pingPong(/*tcp=*/state.range(0) == 1, /*polling=*/state.range(1) == 1);
     for (auto _ : state) {
-        send(fds[0], request.data(), request.size(), MSG_NOSIGNAL);
-        if (!ReadExactly(fds[0], reply.data(), replySize, polling)) {
+        if (!pingPong.Once()) {
             state.SkipWithError("echo thread gone");
             break;
         }
     }
-    shutdown(fds[0], SHUT_RDWR);
-    echo.join();
-    close(fds[0]);
-    close(fds[1]);
 }
 BENCHMARK(BM_BarePingPong)
+    ->ArgNames({"tcp", "poll"})
+    ->Args({0, 0})
+    ->Args({0, 1})
+    ->Args({1, 0})
+    ->Args({1, 1});
+
+// range(0): 0 unix, 1 tcp; range(1): 0 block, 1 poll.
+void BM_RpcCall(benchmark::State& state) {
+    bool polling = state.range(1) == 1;
+    std::string address = state.range(0) == 0
+                              ? "unix:/tmp/corvansil-bench-" + std::to_string(getpid()) + ".sock"
+                              : "tcp:127.0.0.1:0";
+    ObjectRef cls = MakeClass();
+    automation::rpc::ServerOptions serverOptions;
+    serverOptions.spin = polling ? kSpin : std::chrono::microseconds(0);
+    automation::rpc::Server server([cls](const automation::rpc::ConnectionInfo&) { return cls; },
+                                   serverOptions);
+    server.Listen(address);
+    server.Start();
+    automation::rpc::ClientOptions clientOptions;
+    clientOptions.spin = serverOptions.spin;
+    ObjectRef remote = automation::rpc::Connect(server.Address(), clientOptions);
+    auto start = std::chrono::steady_clock::now();
+    for (auto _ : state) benchmark::DoNotOptimize(automation::Get(remote, 100));
+    double rpcSeconds = SecondsSince(start) / static_cast<double>(state.iterations());
+    remote.reset();
+    server.Stop();
+    server.Join();
+
+    // The bare ping-pong of the same sizes, now, under the same load.
+    const std::int64_t rounds = std::min<std::int64_t>(state.iterations(), kBareRounds);
+    PingPong pingPong(/*tcp=*/state.range(0) == 1, polling);
+    start = std::chrono::steady_clock::now();
+    for (std::int64_t i = 0; i < rounds; ++i) {
+        if (!pingPong.Once()) return state.SkipWithError("echo thread gone");
+    }
+    double bareSeconds = SecondsSince(start) / static_cast<double>(rounds);
+    state.counters["rpc_us"] = rpcSeconds * 1e6;
+    state.counters["bare_us"] = bareSeconds * 1e6;
+    state.counters["x_bare"] = rpcSeconds / bareSeconds;
+}
+BENCHMARK(BM_RpcCall)
     ->ArgNames({"tcp", "poll"})
     ->Args({0, 0})
     ->Args({0, 1})

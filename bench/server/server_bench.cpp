@@ -1,8 +1,10 @@
 // What the server link costs a run: the class query "Summary" that starts every export and
-// import, classified by LoadServerClassTypes, and the save and open of one large class through
+// import, classified by LoadServerClassTypes (alone, and beside the store's own query of the
+// same classes in the same run), and the save and open of one large class through
 // the XML transfer, each over tavro-host served on a local socket as the add-in meets it.
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 
@@ -73,19 +75,22 @@ class ServedTavro {
     bool connected_ = false;
 };
 
+// Stores `count` classes of 100 to a package, a third each persistent, serial and plain.
+void SeedClasses(const BenchDir& dir, std::int64_t count) {
+    auto store = tavro::OpenStore(dir.path());
+    std::vector<tavro::ClassDef> defs;
+    for (std::int64_t i = 0; i < count; ++i) {
+        tavro::ClassDef def;
+        def.name = "Bench.P" + std::to_string(i / 100) + ".C" + std::to_string(i);
+        def.values["super"] = i % 3 == 0 ? "%Persistent" : (i % 3 == 1 ? "%SerialObject" : "");
+        defs.push_back(std::move(def));
+    }
+    tavro::SaveClasses(*store, "USER", defs, tavro::Actor{kUser});
+}
+
 void LoadServerClassTypesOverSocket(benchmark::State& state) {
     BenchDir dir;
-    {
-        auto store = tavro::OpenStore(dir.path());
-        std::vector<tavro::ClassDef> defs;
-        for (int i = 0; i < state.range(0); ++i) {
-            tavro::ClassDef def;
-            def.name = "Bench.P" + std::to_string(i / 100) + ".C" + std::to_string(i);
-            def.values["super"] = i % 3 == 0 ? "%Persistent" : (i % 3 == 1 ? "%SerialObject" : "");
-            defs.push_back(std::move(def));
-        }
-        tavro::SaveClasses(*store, "USER", defs, tavro::Actor{kUser});
-    }
+    SeedClasses(dir, state.range(0));
     ServedTavro served(dir);
     if (!served.connected()) {
         state.SkipWithError("no connection to tavro-host");
@@ -102,6 +107,80 @@ void LoadServerClassTypesOverSocket(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(classes));
 }
 BENCHMARK(LoadServerClassTypesOverSocket)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+// The store's own answer to the class query "Summary": its session object in this process,
+// every row stepped and its eight columns read, as a query of the server costs the server.
+std::int64_t SummaryInStore(const ObjectRef& session) {
+    using automation::CallByName;
+    ObjectRef query =
+        CallByName(session, "OpenQuery", {"%Dictionary.ClassDefinition", "Summary"}).ToObject();
+    CallByName(query, "Execute");
+    std::int64_t rows = 0;
+    while (CallByName(query, "Next").ToBool()) {
+        for (std::int32_t column = 1; column <= 8; ++column) {
+            benchmark::DoNotOptimize(CallByName(query, "ColumnValue", {column}));
+        }
+        ++rows;
+    }
+    CallByName(query, "Close");
+    return rows;
+}
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+// LoadServerClassTypes over the socket beside the store's own query of the same classes, each
+// iteration timing the three one after the other, so that the ratio comes from one run under
+// one load: store_ms (the session object in process), sql_ms (the store's SummaryOf alone),
+// load_ms (the add-in over the socket), x_store = load_ms / store_ms and x_sql. The
+// iteration's time is load_ms.
+void LoadServerClassTypesBesideStore(benchmark::State& state) {
+    BenchDir dir;
+    SeedClasses(dir, state.range(0));
+    ObjectRef session =
+        tavro::NewSessionObject(tavro::OpenSession(dir.path(), "USER", kUser, kPassword));
+    auto store = tavro::OpenStore(dir.path());
+    ServedTavro served(dir);
+    if (!served.connected()) {
+        state.SkipWithError("no connection to tavro-host");
+        return;
+    }
+    double storeMs = 0, sqlMs = 0, loadMs = 0;
+    std::size_t classes = 0;
+    std::int64_t rows = 0;
+    for (auto _ : state) {
+        auto start = std::chrono::steady_clock::now();
+        rows = SummaryInStore(session);
+        storeMs += MillisecondsSince(start);
+
+        start = std::chrono::steady_clock::now();
+        benchmark::DoNotOptimize(tavro::SummaryOf(*store, "USER").size());
+        sqlMs += MillisecondsSince(start);
+
+        start = std::chrono::steady_clock::now();
+        server::ClassTypes types;
+        server::LoadServerClassTypes(types);
+        classes = types.Count();
+        double ms = MillisecondsSince(start);
+        loadMs += ms;
+        state.SetIterationTime(ms / 1000);
+    }
+    const double n = static_cast<double>(state.iterations());
+    state.counters["classes"] = static_cast<double>(classes);
+    state.counters["rows"] = static_cast<double>(rows);
+    state.counters["store_ms"] = storeMs / n;
+    state.counters["sql_ms"] = sqlMs / n;
+    state.counters["load_ms"] = loadMs / n;
+    state.counters["x_store"] = loadMs / storeMs;
+    state.counters["x_sql"] = loadMs / sqlMs;
+}
+BENCHMARK(LoadServerClassTypesBesideStore)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 // A class as an import keeps it: every property typed and documented, every method with code.
 std::string LargeClassXml(int properties, int methods) {
