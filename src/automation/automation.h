@@ -184,17 +184,27 @@ class ReadScope {
     ReadScope& operator=(const ReadScope&) = delete;
 };
 
-// Raised inside AnnounceReads by a read whose reply is not kept yet (it is announced), and by
-// any call that is no read (it is not sent).
+// Raised inside AnnounceReads by any call that is no read (it is not sent).
 class NotYetRead : public std::exception {
   public:
     const char* what() const noexcept override { return "not read yet"; }
 };
 
 // Runs `walk` until it announces nothing new, fetching what each round announced: each read
-// is answered from what is kept, or announced and raises NotYetRead. `walk` makes the reads
-// of the run ahead, catching per branch whatever they raise. Does nothing outside a ReadScope.
+// is answered from what is kept, or announced and read as nothing (an empty value; a call on
+// no object also reads as nothing) until the next round. `walk` makes the reads of the run
+// ahead, catching per branch whatever they raise (a kept error). Does nothing outside a
+// ReadScope.
 void AnnounceReads(const std::function<void()>& walk);
+// One branch of a walk: whatever it raises (not read yet, or the read's own error, which the
+// run raises again when it makes the read) ends that branch only.
+template <class Fn>
+void WalkBranch(Fn&& fn) {
+    try {
+        fn();
+    } catch (...) {
+    }
+}
 // True when announcing reads of `obj` saves round trips.
 bool ReadsAhead(const ObjectRef& obj);
 // True while a ReadScope is open.

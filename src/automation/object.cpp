@@ -2,55 +2,80 @@
 
 #include "automation/automation.h"
 #include "automation/local_object.h"
+#include "automation/rpc_ahead.h"
 
 namespace automation {
 namespace {
 
-const ObjectRef& Require(const ObjectRef& obj) {
-    if (!obj) throw AutomationError(std::string(kErrObjectNotSet));
-    return obj;
+// The object called, or none: a call on no object raises "Object variable ... not set", except
+// in a walk of reads ahead, where it reads as nothing so that the walk goes on without the cost
+// of raising (see AnnounceReads).
+Object* Target(const ObjectRef& obj) {
+    if (obj) return obj.get();
+    if (rpc::detail::Announcing()) return nullptr;
+    throw AutomationError(std::string(kErrObjectNotSet));
 }
 
 }  // namespace
 
 Variant Get(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
-    return Require(obj)->Invoke(dispid, CallKind::Get, args);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->Invoke(dispid, CallKind::Get, args);
 }
 
 void Put(const ObjectRef& obj, std::int32_t dispid, Variant value) {
-    Require(obj)->InvokeAs(dispid, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
+    Object* target = Target(obj);
+    if (target == nullptr) return;
+    target->InvokeAs(dispid, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
 }
 
 Variant Call(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
-    return Require(obj)->Invoke(dispid, CallKind::Method, args);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->Invoke(dispid, CallKind::Method, args);
 }
 
 Variant GetByName(const ObjectRef& obj, std::string_view name, const Args& args) {
-    return Require(obj)->InvokeByName(name, CallKind::Get, args);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->InvokeByName(name, CallKind::Get, args);
 }
 
 void PutByName(const ObjectRef& obj, std::string_view name, Variant value) {
-    Require(obj)->InvokeByNameAs(name, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
+    Object* target = Target(obj);
+    if (target == nullptr) return;
+    target->InvokeByNameAs(name, CallKind::Put, Args{std::move(value)}, CallUse::NoResult);
 }
 
 Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args) {
-    return Require(obj)->InvokeByName(name, CallKind::Method, args);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->InvokeByName(name, CallKind::Method, args);
 }
 
 void CallNoResult(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
-    Require(obj)->InvokeAs(dispid, CallKind::Method, args, CallUse::NoResult);
+    Object* target = Target(obj);
+    if (target == nullptr) return;
+    target->InvokeAs(dispid, CallKind::Method, args, CallUse::NoResult);
 }
 
 void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args& args) {
-    Require(obj)->InvokeByNameAs(name, CallKind::Method, args, CallUse::NoResult);
+    Object* target = Target(obj);
+    if (target == nullptr) return;
+    target->InvokeByNameAs(name, CallKind::Method, args, CallUse::NoResult);
 }
 
 Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
-    return Require(obj)->InvokeAs(dispid, CallKind::Method, args, CallUse::ReadOnly);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->InvokeAs(dispid, CallKind::Method, args, CallUse::ReadOnly);
 }
 
 Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args) {
-    return Require(obj)->InvokeByNameAs(name, CallKind::Method, args, CallUse::ReadOnly);
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->InvokeByNameAs(name, CallKind::Method, args, CallUse::ReadOnly);
 }
 
 bool ReadsAhead(const ObjectRef& obj) { return obj && obj->ReadsAhead(); }

@@ -492,8 +492,8 @@ Variant Connection::KeptRead(const ObjectRef& target, Message& call, const Args&
     return value;
 }
 
-// A read of AnnounceReads's walk: answered from what is kept, else announced. The walk learns
-// nothing more of it this round.
+// A read of AnnounceReads's walk: answered from what is kept, else announced and read as
+// nothing this round (an empty value: the walk goes on, and learns the value next round).
 Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const Args& args) {
     std::lock_guard lock(call_);
     std::string key = KeyOf(call);
@@ -504,14 +504,14 @@ Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const 
     // Replies of calls sent ahead come first and may hold an error that the next call raises:
     // a read announced now would not be the one to raise it.
     bool canAnnounce = broken_.empty() && outbox_.empty() && ahead_.empty() && !aheadFailed_;
-    if (it != kept_.end() || !canAnnounce) throw NotYetRead();
+    if (it != kept_.end() || !canAnnounce) return {};
     call.requestId = NextRequestId();
     call.noWait = false;
     std::size_t start = announced_.size();
     EncodeFrame(call, announced_);
     if (announced_.size() - start - kLengthSize > options_.maxFrameSize) {
         announced_.resize(start);
-        throw NotYetRead();
+        return {};
     }
     detail::CountCall();
     detail::CountAnnounced();
@@ -525,7 +525,7 @@ Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const 
         } catch (const AutomationError&) {
         }
     }
-    throw NotYetRead();
+    return {};
 }
 
 void Connection::SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>& calls,

@@ -8,22 +8,13 @@
 namespace exporting {
 
 using automation::ObjectRef;
+using automation::WalkBranch;
 
 namespace {
 
-// A branch of the walk: whatever it raises (not read yet, or the read's own error, which the
-// export raises again when it makes the read) ends that branch only.
-template <class Fn>
-void Branch(Fn&& fn) {
-    try {
-        fn();
-    } catch (...) {
-    }
-}
-
 void WalkKeywords(const ObjectRef& element, std::span<const install::PropertyDef> keywords) {
     for (const install::PropertyDef& keyword : keywords) {
-        Branch([&] { rose::GetToolProperty(element, install::kToolTavro, keyword.name); });
+        WalkBranch([&] { rose::GetToolProperty(element, install::kToolTavro, keyword.name); });
     }
 }
 
@@ -31,40 +22,40 @@ void WalkParameters(const ObjectRef& attribute) {
     ObjectRef toolProperties = rose::ToolProperties(attribute, install::kToolParameter);
     std::int16_t count = rose::Count(toolProperties);
     for (std::int16_t i = 1; i <= count; ++i) {
-        Branch([&] {
+        WalkBranch([&] {
             std::string name = rose::ToolPropertyName(rose::ToolPropertyAt(toolProperties, i));
-            Branch([&] { rose::HasOwnToolProperty(attribute, install::kToolParameter, name); });
+            WalkBranch([&] { rose::HasOwnToolProperty(attribute, install::kToolParameter, name); });
             rose::GetToolProperty(attribute, install::kToolParameter, name);
         });
     }
 }
 
 void WalkAttribute(const ObjectRef& attribute) {
-    Branch([&] { rose::Name(attribute); });
-    Branch([&] {
+    WalkBranch([&] { rose::Name(attribute); });
+    WalkBranch([&] {
         ObjectRef typeClass = rose::GetTypeClass(attribute);
         if (typeClass) rose::GetQualifiedName(typeClass);
     });
-    Branch([&] { rose::TypeName(attribute); });
-    Branch([&] { rose::DocText(attribute); });
-    Branch([&] { rose::ExportValue(rose::AttributeExportControl(attribute)); });
+    WalkBranch([&] { rose::TypeName(attribute); });
+    WalkBranch([&] { rose::DocText(attribute); });
+    WalkBranch([&] { rose::ExportValue(rose::AttributeExportControl(attribute)); });
     WalkKeywords(attribute, install::kAttributeKeywords);
-    Branch([&] { WalkParameters(attribute); });
+    WalkBranch([&] { WalkParameters(attribute); });
 }
 
 void WalkOperation(const ObjectRef& operation) {
-    Branch([&] { rose::Name(operation); });
-    Branch([&] { rose::ReturnTypeName(operation); });
-    Branch([&] { rose::DocText(operation); });
-    Branch([&] { rose::ExportValue(rose::OperationExportControl(operation)); });
-    Branch([&] {
+    WalkBranch([&] { rose::Name(operation); });
+    WalkBranch([&] { rose::ReturnTypeName(operation); });
+    WalkBranch([&] { rose::DocText(operation); });
+    WalkBranch([&] { rose::ExportValue(rose::OperationExportControl(operation)); });
+    WalkBranch([&] {
         ObjectRef parameters = rose::ParameterList(operation);
         std::int16_t count = rose::Count(parameters);
         for (std::int16_t i = 1; i <= count; ++i) {
-            Branch([&] {
+            WalkBranch([&] {
                 ObjectRef parameter = rose::ParameterAt(parameters, i);
-                Branch([&] { rose::Name(rose::AsElement(parameter)); });
-                Branch([&] { rose::TypeName(parameter); });
+                WalkBranch([&] { rose::Name(rose::AsElement(parameter)); });
+                WalkBranch([&] { rose::TypeName(parameter); });
                 rose::DefaultValue(parameter);
             });
         }
@@ -73,22 +64,22 @@ void WalkOperation(const ObjectRef& operation) {
 }
 
 void WalkRole(const ObjectRef& role) {
-    Branch([&] { rose::Name(role); });
-    Branch([&] { rose::RoleClassName(role); });
-    Branch([&] {
+    WalkBranch([&] { rose::Name(role); });
+    WalkBranch([&] { rose::RoleClassName(role); });
+    WalkBranch([&] {
         ObjectRef roleClass = rose::RoleClass(role);
         if (roleClass) rose::QualifiedName(roleClass);
     });
-    Branch([&] { rose::ExportValue(rose::RoleExportControl(role)); });
-    Branch([&] { rose::Multiplicity(role); });
-    Branch([&] { rose::IsAggregate(role); });
+    WalkBranch([&] { rose::ExportValue(rose::RoleExportControl(role)); });
+    WalkBranch([&] { rose::Multiplicity(role); });
+    WalkBranch([&] { rose::IsAggregate(role); });
 }
 
 void WalkAssociation(const ObjectRef& association, const ObjectRef& roseClass) {
-    Branch([&] { WalkRole(rose::RoleOf(association, roseClass)); });
-    Branch([&] { WalkRole(rose::OtherRoleOf(association, roseClass)); });
-    Branch([&] { rose::DocText(association); });
-    Branch([&] { rose::Kind(association); });
+    WalkBranch([&] { WalkRole(rose::RoleOf(association, roseClass)); });
+    WalkBranch([&] { WalkRole(rose::OtherRoleOf(association, roseClass)); });
+    WalkBranch([&] { rose::DocText(association); });
+    WalkBranch([&] { rose::Kind(association); });
     WalkKeywords(association, install::kAssociationKeywords);
 }
 
@@ -96,28 +87,28 @@ void WalkAssociation(const ObjectRef& association, const ObjectRef& roseClass) {
 template <class ItemFn, class WalkFn>
 void WalkItems(const ObjectRef& collection, ItemFn itemAt, WalkFn walk) {
     std::int16_t count = rose::Count(collection);
-    for (std::int16_t i = 1; i <= count; ++i) Branch([&] { walk(itemAt(collection, i)); });
+    for (std::int16_t i = 1; i <= count; ++i) WalkBranch([&] { walk(itemAt(collection, i)); });
 }
 
 void WalkClass(const ObjectRef& roseClass) {
-    Branch([&] { rose::QualifiedName(roseClass); });
-    Branch(
+    WalkBranch([&] { rose::QualifiedName(roseClass); });
+    WalkBranch(
         [&] { rose::GetToolProperty(roseClass, install::kToolTavroHidden, kXmlDefinedProperty); });
-    Branch([&] { rose::DocText(roseClass); });
-    Branch([&] { rose::IsAbstract(roseClass); });
-    Branch([&] { rose::IsPersistent(roseClass); });
+    WalkBranch([&] { rose::DocText(roseClass); });
+    WalkBranch([&] { rose::IsAbstract(roseClass); });
+    WalkBranch([&] { rose::IsPersistent(roseClass); });
     WalkKeywords(roseClass, install::kClassKeywords);
-    Branch([&] {
+    WalkBranch([&] {
         WalkItems(rose::SuperclassLinks(roseClass), rose::SuperclassLinkAt,
                   [](const ObjectRef& link) {
-                      Branch([&] { rose::SuperclassNameText(link); });
+                      WalkBranch([&] { rose::SuperclassNameText(link); });
                       ObjectRef superClass = rose::SuperclassOf(link);
                       if (superClass) rose::QualifiedName(superClass);
                   });
     });
-    Branch([&] { WalkItems(rose::Attributes(roseClass), rose::AttributeAt, WalkAttribute); });
-    Branch([&] { WalkItems(rose::Operations(roseClass), rose::OperationAt, WalkOperation); });
-    Branch([&] {
+    WalkBranch([&] { WalkItems(rose::Attributes(roseClass), rose::AttributeAt, WalkAttribute); });
+    WalkBranch([&] { WalkItems(rose::Operations(roseClass), rose::OperationAt, WalkOperation); });
+    WalkBranch([&] {
         WalkItems(rose::Associations(roseClass), rose::AssociationAt,
                   [&](const ObjectRef& association) { WalkAssociation(association, roseClass); });
     });

@@ -8,27 +8,18 @@ namespace importing {
 
 namespace m = members;
 using automation::ObjectRef;
+using automation::WalkBranch;
 
 namespace {
 
-// A branch of the walk: whatever it raises (not read yet, or the read's own error, which the
-// import raises again when it makes the read) ends that branch only.
-template <class Fn>
-void Branch(Fn&& fn) {
-    try {
-        fn();
-    } catch (...) {
-    }
-}
-
 void WalkValues(const ObjectRef& def, std::initializer_list<const char*> names) {
-    for (const char* name : names) Branch([&] { automation::GetByName(def, name); });
+    for (const char* name : names) WalkBranch([&] { automation::GetByName(def, name); });
 }
 
 void WalkKeywords(const ObjectRef& def, std::span<const install::PropertyDef> keywords) {
     for (const install::PropertyDef& keyword : keywords) {
         if (keyword.kind == install::PropertyKind::Enumeration) continue;
-        Branch([&] { automation::GetByName(def, keyword.name); });
+        WalkBranch([&] { automation::GetByName(def, keyword.name); });
     }
 }
 
@@ -39,7 +30,7 @@ void WalkParameters(const ObjectRef& propDef) {
     for (;;) {
         key = automation::CallByNameReadOnly(parameters, m::kNext, {key}).ToString();
         if (key.empty()) return;
-        Branch([&] { automation::CallByNameReadOnly(parameters, m::kGetAt, {key}); });
+        WalkBranch([&] { automation::CallByNameReadOnly(parameters, m::kGetAt, {key}); });
     }
 }
 
@@ -48,7 +39,7 @@ void WalkMembers(const ObjectRef& classDef, const char* collectionName, WalkFn w
     ObjectRef collection = automation::GetByName(classDef, collectionName).ToObject();
     std::int16_t count = automation::GetByName(collection, m::kCount).ToInt16();
     for (std::int16_t i = 1; i <= count; ++i) {
-        Branch(
+        WalkBranch(
             [&] { walk(automation::CallByNameReadOnly(collection, m::kGetAt, {i}).ToObject()); });
     }
 }
@@ -58,7 +49,7 @@ void WalkProperty(const ObjectRef& propDef) {
                          m::kRelationship, m::kRequired, m::kInverse, m::kCardinality});
     WalkKeywords(propDef, install::kAttributeKeywords);
     WalkKeywords(propDef, install::kAssociationKeywords);
-    Branch([&] { WalkParameters(propDef); });
+    WalkBranch([&] { WalkParameters(propDef); });
 }
 
 void WalkMethod(const ObjectRef& methodDef) {
@@ -70,8 +61,8 @@ void WalkDefinition(const ObjectRef& classDef, bool withMembers) {
     WalkValues(classDef, {m::kName, m::kDescription, m::kSuper, m::kClassType, m::kAbstract});
     WalkKeywords(classDef, install::kClassKeywords);
     if (!withMembers) return;
-    Branch([&] { WalkMembers(classDef, m::kProperties, WalkProperty); });
-    Branch([&] { WalkMembers(classDef, m::kMethods, WalkMethod); });
+    WalkBranch([&] { WalkMembers(classDef, m::kProperties, WalkProperty); });
+    WalkBranch([&] { WalkMembers(classDef, m::kMethods, WalkMethod); });
 }
 
 }  // namespace
