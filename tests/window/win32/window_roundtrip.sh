@@ -40,6 +40,9 @@ cleanup() {
         CORVANSIL_ROSE_SOCKET=$socket "$rose_host" stop >/dev/null 2>&1 || true
     done
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    # Corvansil.exe ends without releasing the factory's objects, and Wine does not tell the
+    # factory servers: they would outlive the test and keep its Wine processes waiting.
+    wineserver -k 2>/dev/null || true
     wait 2>/dev/null || true
     if [ "$status" -eq 0 ]; then rm -rf "$work"; else echo "files in $work" >&2; fi
     exit "$status"
