@@ -3,26 +3,18 @@
 #include <windows.h>
 
 #include "automation/automation.h"
+#include "platform/files.h"
 
 namespace comhost {
 namespace {
 
-std::wstring Wide(const std::string& text) {
-    int size =
-        ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide.data(),
-                          size);
-    return wide;
-}
-
 void SetDefault(const std::string& key, const std::string& value) {
     HKEY handle = nullptr;
-    std::wstring wideKey = Wide(key);
+    std::wstring wideKey = platform::WideText(key);
     LONG rc = ::RegCreateKeyExW(HKEY_CLASSES_ROOT, wideKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE,
                                 nullptr, &handle, nullptr);
     if (rc != ERROR_SUCCESS) throw automation::AutomationError("cannot create HKCR\\" + key);
-    std::wstring wide = Wide(value);
+    std::wstring wide = platform::WideText(value);
     rc = ::RegSetValueExW(handle, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.c_str()),
                           static_cast<DWORD>((wide.size() + 1) * sizeof(wchar_t)));
     ::RegCloseKey(handle);

@@ -65,7 +65,7 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     Variant KeptRead(const ObjectRef& target, Message& call, const Args& args);
     Variant AnnouncedRead(const ObjectRef& target, Message& call, const Args& args);
     void SendAnnouncedLocked();
-    bool TakeLoopReply(const std::string& key, Message& reply);
+    bool TakeLoopReply(const Message& call, Message& reply);
     void DropLoopAheadLocked();
     void ReceiveAnnouncedLocked();
     std::uint32_t NextRequestId();
@@ -570,9 +570,10 @@ void Connection::SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>
 
 // The reply to the loop's call `key`: the first call sent ahead that is the same, the reading
 // calls before it passed over. False when there is none to take (nothing is left ahead then).
-bool Connection::TakeLoopReply(const std::string& key, Message& reply) {
+bool Connection::TakeLoopReply(const Message& call, Message& reply) {
     std::lock_guard lock(call_);
     if (loopAhead_.empty() || !broken_.empty()) return false;
+    std::string key = KeyOf(call);
     std::size_t match = 0;
     while (match < loopAhead_.size() && loopAhead_[match].key != key) {
         if (!loopAhead_[match].reads) {
@@ -759,7 +760,7 @@ Variant Connection::Call(const ObjectRef& target, std::uint32_t handle, CallKind
     }
     if (!ahead) {
         Message reply;
-        if (TakeLoopReply(KeyOf(call), reply)) {
+        if (TakeLoopReply(call, reply)) {
             try {
                 if (reply.type == MessageType::Error) throw AutomationError(reply.text);
                 return reply.values.empty() ? Variant() : FromWire(reply.values.front());
