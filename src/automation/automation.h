@@ -129,6 +129,12 @@ class Object {
         return InvokeByName(name, kind, args);
     }
 
+    // A call, by name when `byName`, whose result the caller uses only as an object, to call,
+    // put to or pass on, cast to `iid` unless that is empty (see GetObject). An object of
+    // this process makes the call and the cast.
+    virtual ObjectRef InvokeForObject(std::int32_t dispid, std::string_view name, bool byName,
+                                      CallKind kind, const Args& args, std::string_view iid);
+
     // True when reads of this object can be announced ahead (see AnnounceReads).
     virtual bool ReadsAhead() const { return false; }
     // See SendLoopAhead; an object whose every call is its own round trip ignores it.
@@ -145,6 +151,20 @@ Variant CallByName(const ObjectRef& obj, std::string_view name, const Args& args
 // Method calls whose result the caller drops.
 void CallNoResult(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
 void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args& args = {});
+// Calls whose result the caller uses only as an object, at once: it calls it, puts to it or
+// passes it on, and reads nothing of it but through such calls. The result is cast to `iid`
+// unless that is empty. Inside an rpc::Pipeline, over our sockets, such a call travels without
+// waiting, like a put: the other process keeps its result under a handle this process names,
+// and fails the call the way using the result would have failed (no object, another type,
+// another interface); the error surfaces at the pipeline's next wait, the rest unrun.
+ObjectRef GetObject(const ObjectRef& obj, std::int32_t dispid, std::string_view iid,
+                    const Args& args = {});
+ObjectRef GetObjectByName(const ObjectRef& obj, std::string_view name, std::string_view iid = {},
+                          const Args& args = {});
+ObjectRef CallForObject(const ObjectRef& obj, std::int32_t dispid, std::string_view iid,
+                        const Args& args = {});
+ObjectRef CallByNameForObject(const ObjectRef& obj, std::string_view name,
+                              std::string_view iid = {}, const Args& args = {});
 // Method calls that only read.
 Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args = {});
 Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Args& args = {});

@@ -66,6 +66,40 @@ void CallByNameNoResult(const ObjectRef& obj, std::string_view name, const Args&
     target->InvokeByNameAs(name, CallKind::Method, args, CallUse::NoResult);
 }
 
+ObjectRef Object::InvokeForObject(std::int32_t dispid, std::string_view name, bool byName,
+                                  CallKind kind, const Args& args, std::string_view iid) {
+    Variant result = byName ? InvokeByName(name, kind, args) : Invoke(dispid, kind, args);
+    if (iid.empty()) return result.ToObject();
+    return Cast(result.ToObject(), iid);
+}
+
+static ObjectRef ForObject(const ObjectRef& obj, std::int32_t dispid, std::string_view name,
+                           bool byName, CallKind kind, const Args& args, std::string_view iid) {
+    Object* target = Target(obj);
+    if (target == nullptr) return {};
+    return target->InvokeForObject(dispid, name, byName, kind, args, iid);
+}
+
+ObjectRef GetObject(const ObjectRef& obj, std::int32_t dispid, std::string_view iid,
+                    const Args& args) {
+    return ForObject(obj, dispid, {}, /*byName=*/false, CallKind::Get, args, iid);
+}
+
+ObjectRef GetObjectByName(const ObjectRef& obj, std::string_view name, std::string_view iid,
+                          const Args& args) {
+    return ForObject(obj, 0, name, /*byName=*/true, CallKind::Get, args, iid);
+}
+
+ObjectRef CallForObject(const ObjectRef& obj, std::int32_t dispid, std::string_view iid,
+                        const Args& args) {
+    return ForObject(obj, dispid, {}, /*byName=*/false, CallKind::Method, args, iid);
+}
+
+ObjectRef CallByNameForObject(const ObjectRef& obj, std::string_view name, std::string_view iid,
+                              const Args& args) {
+    return ForObject(obj, 0, name, /*byName=*/true, CallKind::Method, args, iid);
+}
+
 Variant CallReadOnly(const ObjectRef& obj, std::int32_t dispid, const Args& args) {
     Object* target = Target(obj);
     if (target == nullptr) return {};

@@ -42,6 +42,7 @@ ObjectHandle HandleFor(State& s, Peer& peer, const ObjectRef& obj) {
     if (BeforeLogin(s, peer) && peer.handles.size() >= kLoginHandles) {
         throw AutomationError("too many objects before login");
     }
+    if (peer.nextHandle == kClientHandleBit) throw AutomationError("too many objects");
     out.id = peer.nextHandle++;
     peer.handles[out.id] = HandleEntry{obj, 1};
     peer.ids[obj.get()] = out.id;
@@ -76,7 +77,8 @@ void Release(State& s, Peer& peer, std::uint32_t id, std::uint32_t count) {
         return;
     }
     ObjectRef object = std::move(found->second.object);
-    peer.ids.erase(object.get());
+    auto named = peer.ids.find(object.get());
+    if (named != peer.ids.end() && named->second == id) peer.ids.erase(named);
     peer.handles.erase(found);
     --s.handleCount;
     InHost(s, [&] { object.reset(); });
@@ -90,14 +92,42 @@ Message ErrorReply(std::uint32_t requestId, std::string text) {
     return m;
 }
 
-Message ResultReply(State& s, Peer& peer, std::uint32_t requestId, const Variant& result) {
+// Keeps the object result of a call under the handle the client named for it. The client
+// uses it as an object: anything else fails the way using it as one would have failed there.
+void Bind(State& s, Peer& peer, const Message& request, const Variant& result) {
+    std::uint32_t handle = request.resultHandle;
+    if (!result.IsEmpty() && !result.IsObject())
+        throw AutomationError(std::string(kErrTypeMismatch));
+    if (result.IsEmpty() || !result.AsObject())
+        throw AutomationError(std::string(kErrObjectNotSet));
+    const ObjectRef& object = result.AsObject();
+    if (!request.resultIid.empty() &&
+        !InHost(s, [&] { return object->Implements(request.resultIid); })) {
+        throw AutomationError(std::string(kErrNoInterface));
+    }
+    if (peer.handles.count(handle) != 0) {
+        throw AutomationError("object handle " + std::to_string(handle) + " is in use");
+    }
+    if (BeforeLogin(s, peer) && peer.handles.size() >= kLoginHandles) {
+        throw AutomationError("too many objects before login");
+    }
+    peer.handles[handle] = HandleEntry{object, 1};
+    peer.ids.emplace(object.get(), handle);
+    ++s.handleCount;
+}
+
+Message ResultReply(State& s, Peer& peer, const Message& request, const Variant& result) {
     Message reply;
     reply.type = MessageType::Reply;
-    reply.requestId = requestId;
+    reply.requestId = request.requestId;
     try {
-        reply.values.push_back(ToWire(s, peer, result));
+        if (request.resultHandle != 0) {
+            Bind(s, peer, request, result);
+        } else {
+            reply.values.push_back(ToWire(s, peer, result));
+        }
     } catch (const AutomationError& e) {
-        return ErrorReply(requestId, e.Description());
+        return ErrorReply(request.requestId, e.Description());
     }
     return reply;
 }
@@ -144,7 +174,7 @@ Message Dispatch(State& s, Peer& peer, const Message& request, std::function<Var
             case MessageType::Error:
                 break;
         }
-        return ResultReply(s, peer, request.requestId, result);
+        return ResultReply(s, peer, request, result);
     } catch (const AutomationError& e) {
         deferred = nullptr;
         return ErrorReply(request.requestId, e.Description());
@@ -183,6 +213,8 @@ void Queue(State& s, Peer& peer, const Message& request, std::function<Variant()
     auto job = std::make_shared<Job>();
     job->peer = &peer;
     job->requestId = request.requestId;
+    job->resultHandle = request.resultHandle;
+    job->resultIid = request.resultIid;
     job->noWait = request.noWait;
     job->work = std::move(work);
     peer.pending = job;
@@ -296,8 +328,12 @@ void AnswerJob(State& s, Job& job) {
     }
     peer->pending = nullptr;
     if (job.authenticated) peer->authenticated = true;
+    Message request;
+    request.requestId = job.requestId;
+    request.resultHandle = job.resultHandle;
+    request.resultIid = job.resultIid;
     Message reply = job.failed ? ErrorReply(job.requestId, job.error)
-                               : ResultReply(s, *peer, job.requestId, job.result);
+                               : ResultReply(s, *peer, request, job.result);
     InHost(s, [&] { job.result = Variant(); });
     Finish(s, *peer, job.noWait, reply);
 }

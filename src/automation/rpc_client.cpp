@@ -43,6 +43,8 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     ObjectRef Hello();
     Variant Call(const ObjectRef& target, std::uint32_t handle, CallKind kind, std::int32_t dispid,
                  std::string_view name, bool byName, const Args& args, CallUse use);
+    ObjectRef CallAhead(std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                        std::string_view name, bool byName, const Args& args, std::string_view iid);
     bool ReadsAhead() const { return options_.readAhead; }
     void SendLoopAhead(std::uint32_t handle, const std::vector<LoopCall>& calls, int rounds);
     void SendAnnounced() override;
@@ -89,7 +91,8 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     std::recursive_mutex call_;
     std::string in_;
     std::uint32_t nextId_ = 1;
-    std::string broken_;  // why the connection is unusable; "" while it works
+    std::uint32_t nextResultHandle_ = 1;  // numbers the handles we name, kClientHandleBit added
+    std::string broken_;                  // why the connection is unusable; "" while it works
     // Calls sent without waiting: frames not yet written, ids whose replies are unread, and
     // the first error among the replies read so far, raised at the next call that waits.
     std::string outbox_;
@@ -156,6 +159,12 @@ class Proxy : public Object, public std::enable_shared_from_this<Proxy> {
         return connection_->Call(shared_from_this(), handle_, kind, 0, name, /*byName=*/true, args,
                                  use);
     }
+    ObjectRef InvokeForObject(std::int32_t dispid, std::string_view name, bool byName,
+                              CallKind kind, const Args& args, std::string_view iid) override {
+        ObjectRef ahead = connection_->CallAhead(handle_, kind, dispid, name, byName, args, iid);
+        if (ahead) return ahead;
+        return Object::InvokeForObject(dispid, name, byName, kind, args, iid);
+    }
     bool ReadsAhead() const override { return connection_->ReadsAhead(); }
     void SendLoopAhead(const std::vector<LoopCall>& calls, int rounds) override {
         connection_->SendLoopAhead(handle_, calls, rounds);
@@ -179,6 +188,13 @@ class Proxy : public Object, public std::enable_shared_from_this<Proxy> {
         std::lock_guard lock(cacheMutex_);
         implements_.emplace_back(std::string(iid), answer);
         return answer;
+    }
+
+    // The server checked that the object offers `iid` before it kept it for us.
+    void KnowImplements(std::string_view iid) {
+        if (iid.empty()) return;
+        std::lock_guard lock(cacheMutex_);
+        implements_.emplace_back(std::string(iid), true);
     }
 
     const Connection* Owner() const { return connection_.get(); }
@@ -287,9 +303,11 @@ void Connection::Release(std::uint32_t handle, std::uint32_t count, const Proxy*
         if (it != proxies_.end() && it->second.proxy == who) proxies_.erase(it);
         releases_.emplace_back(handle, count);
     }
-    // Send now when no call is under way; otherwise the release goes with the next request.
+    // Send now when the connection is quiet; otherwise the release goes with the next request,
+    // or with the calls sent ahead when they go out.
     std::unique_lock lock(call_, std::try_to_lock);
     if (!lock.owns_lock() || !broken_.empty()) return;
+    if (!outbox_.empty() || !ahead_.empty()) return;
     // Queued calls first: they may use the handles being released.
     std::string frame = std::move(outbox_);
     outbox_.clear();
@@ -387,6 +405,7 @@ void Connection::CollectAhead() {
     if (!outbox_.empty()) {
         std::string frame = std::move(outbox_);
         outbox_.clear();
+        AppendReleases(frame);
         Send(frame);
     }
     for (std::uint32_t id : ahead_) {
@@ -777,6 +796,37 @@ Variant Connection::Call(const ObjectRef& target, std::uint32_t handle, CallKind
         if (reads) SyncOthers(this);
         throw;
     }
+}
+
+// Sends a call whose object result the caller only uses as an object ahead, inside a
+// pipeline, with a handle of ours for the result; no object when the call goes the ordinary
+// way (a walk's read, a read kept already, or no pipeline open).
+ObjectRef Connection::CallAhead(std::uint32_t handle, CallKind kind, std::int32_t dispid,
+                                std::string_view name, bool byName, const Args& args,
+                                std::string_view iid) {
+    if (!options_.sendAhead || !detail::PipelineOpen() || detail::Announcing()) return nullptr;
+    Message call = CallMessage(handle, kind, dispid, name, byName, args);
+    bool reads = kind == CallKind::Get;
+    if (reads && options_.readAhead && ReadScopeOpen()) {
+        std::lock_guard lock(call_);
+        auto it = kept_.find(KeyOf(call));
+        if (it != kept_.end() && it->second.answered) return nullptr;
+    }
+    if (!reads) {
+        ForgetKept();
+        SyncOthers(this);
+    }
+    {
+        std::lock_guard lock(call_);
+        call.resultHandle = kClientHandleBit | nextResultHandle_;
+        nextResultHandle_ = (nextResultHandle_ + 1) & ~kClientHandleBit;
+        if (nextResultHandle_ == 0) nextResultHandle_ = 1;
+    }
+    call.resultIid = iid;
+    Roundtrip(call, /*wait=*/false);
+    ObjectRef result = ProxyFor(call.resultHandle, nullptr);
+    static_cast<Proxy*>(result.get())->KnowImplements(iid);
+    return result;
 }
 
 bool Connection::Implements(std::uint32_t handle, std::string_view iid) {

@@ -158,7 +158,7 @@ void ReadCall(Reader& r, Message& out) {
     std::uint8_t kind = r.U8();
     std::uint8_t byName = r.U8();
     if (r.status != FrameStatus::Ok) return;
-    if (!IsCallKind(kind) || byName > 3) {
+    if (!IsCallKind(kind) || byName > 7) {
         r.pos -= 2;
         r.Fail(FrameStatus::BadField);
         return;
@@ -166,6 +166,15 @@ void ReadCall(Reader& r, Message& out) {
     out.kind = static_cast<CallKind>(kind);
     out.byName = (byName & 1) != 0;
     out.noWait = (byName & 2) != 0;
+    if ((byName & 4) != 0) {
+        out.resultHandle = r.U32();
+        if (r.status == FrameStatus::Ok && (out.resultHandle & kClientHandleBit) == 0) {
+            r.pos -= 4;
+            r.Fail(FrameStatus::BadField);
+            return;
+        }
+        out.resultIid = r.Text();
+    }
     if (out.byName) {
         out.text = r.Text();
     } else {
@@ -266,7 +275,12 @@ void EncodeFrame(const Message& message, std::string& out) {
             PutU32(out, message.handle);
             PutU8(out, static_cast<std::uint8_t>(message.kind));
             PutU8(out,
-                  static_cast<std::uint8_t>((message.byName ? 1 : 0) | (message.noWait ? 2 : 0)));
+                  static_cast<std::uint8_t>((message.byName ? 1 : 0) | (message.noWait ? 2 : 0) |
+                                            (message.resultHandle != 0 ? 4 : 0)));
+            if (message.resultHandle != 0) {
+                PutU32(out, message.resultHandle);
+                PutText(out, message.resultIid);
+            }
             if (message.byName) {
                 PutText(out, message.text);
             } else {

@@ -32,7 +32,12 @@ enum class MessageType : std::uint8_t {
 
 inline constexpr std::string_view kHelloMagic = "corvansil-rpc";
 // 2: an object handle may carry its kind (value tag 6), which a client of 1 cannot read.
-inline constexpr std::uint32_t kProtocolVersion = 2;
+// 3: a call may name the handle its object result is to stand under (`resultHandle`).
+inline constexpr std::uint32_t kProtocolVersion = 3;
+
+// Handles a client names for the object results of its calls sent ahead; the server numbers
+// its own handles below this.
+inline constexpr std::uint32_t kClientHandleBit = 0x80000000u;
 
 // An object as it travels: a handle in the table of the connection's server side. The server
 // may tell the object's kind with a handle new to the client: a number per connection, with
@@ -61,6 +66,12 @@ struct Message {
     // server answers every later call with the same error, unrun, up to and including the
     // next call the client waits for.
     bool noWait = false;
+    // Call: when not 0, the client's handle (kClientHandleBit set) for the call's result. The
+    // result must be an object, which the server keeps under that handle instead of sending
+    // it back: later calls sent ahead can address it before the reply has arrived. A result
+    // that does not offer `resultIid` (unless empty) fails the call.
+    std::uint32_t resultHandle = 0;
+    std::string resultIid;
     std::int32_t dispid = 0;
     std::uint32_t count = 0;  // Release: times received; Hello: protocol version
     std::string text;         // member name, interface id, error description or hello magic

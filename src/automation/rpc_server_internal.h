@@ -30,6 +30,8 @@ struct Peer;
 struct Job {
     Peer* peer = nullptr;  // null once the connection has closed: the outcome is dropped
     std::uint32_t requestId = 0;
+    std::uint32_t resultHandle = 0;
+    std::string resultIid;
     bool noWait = false;
     std::function<Variant()> work;
     std::atomic<bool> cancelled{false};  // the worker skips work that has not started

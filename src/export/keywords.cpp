@@ -12,8 +12,8 @@ using automation::ObjectRef;
 using automation::Variant;
 
 ObjectRef NewServerObject(const std::string& className, const std::string& initial) {
-    return automation::CallByName(server::ServerFactory, member::kNewObject, {className, initial})
-        .ToObject();
+    return automation::CallByNameForObject(server::ServerFactory, member::kNewObject, {},
+                                           {className, initial});
 }
 
 namespace {

@@ -82,7 +82,7 @@ std::string StreamCollectionOf(const std::string& roseType) {
 // Only the parameters the attribute gives a value of its own: the property file's defaults
 // are the server's defaults too.
 void WriteParameters(const ObjectRef& attribute, const ObjectRef& property) {
-    ObjectRef parameters = automation::GetByName(property, member::kParameters).ToObject();
+    ObjectRef parameters = automation::GetObjectByName(property, member::kParameters);
     automation::CallByNameNoResult(parameters, member::kClear);
     ObjectRef toolProperties = rose::ToolProperties(attribute, install::kToolParameter);
     std::int16_t count = rose::Count(toolProperties);

@@ -45,6 +45,15 @@ inline ObjectRef CallAs(const ObjectRef& obj, std::int32_t dispid, const char* i
                         const automation::Args& args) {
     return automation::Cast(automation::Call(obj, dispid, args).ToObject(), iid);
 }
+// The same for an object the caller uses at once and only as an object (an element just
+// created, an export control): inside a pipeline the call may go without waiting.
+inline ObjectRef GetObjectAs(const ObjectRef& obj, std::int32_t dispid, const char* iid) {
+    return automation::GetObject(obj, dispid, iid);
+}
+inline ObjectRef CreateAs(const ObjectRef& obj, std::int32_t dispid, const char* iid,
+                          const automation::Args& args) {
+    return automation::CallForObject(obj, dispid, iid, args);
+}
 // A method that only reads: it may run while writes sent ahead elsewhere are unanswered.
 inline ObjectRef ReadAs(const ObjectRef& obj, std::int32_t dispid, const char* iid,
                         const automation::Args& args) {
@@ -151,17 +160,17 @@ inline ObjectRef Associations(const ObjectRef& cls) {
 }
 inline ObjectRef CreateOperation(const ObjectRef& cls, const std::string& name,
                                  const std::string& returnType) {
-    return detail::CallAs(cls, ids::Class::CreateOperation, iid::kOperation, {name, returnType});
+    return detail::CreateAs(cls, ids::Class::CreateOperation, iid::kOperation, {name, returnType});
 }
 inline ObjectRef CreateAttribute(const ObjectRef& cls, const std::string& name,
                                  const std::string& type, const std::string& initialValue) {
-    return detail::CallAs(cls, ids::Class::CreateAttribute, iid::kAttribute,
-                          {name, type, initialValue});
+    return detail::CreateAs(cls, ids::Class::CreateAttribute, iid::kAttribute,
+                            {name, type, initialValue});
 }
 inline ObjectRef CreateAssociation(const ObjectRef& cls, const std::string& name,
                                    const std::string& otherClassPath) {
-    return detail::CallAs(cls, ids::Class::CreateAssociation, iid::kAssociation,
-                          {name, otherClassPath});
+    return detail::CreateAs(cls, ids::Class::CreateAssociation, iid::kAssociation,
+                            {name, otherClassPath});
 }
 inline void DeleteAssociation(const ObjectRef& cls, const ObjectRef& association) {
     automation::Call(cls, ids::Class::DeleteAssociation, {association});
@@ -174,8 +183,8 @@ inline void DeleteAttribute(const ObjectRef& cls, const ObjectRef& attribute) {
 }
 inline ObjectRef CreateSuperclassLink(const ObjectRef& cls, const std::string& name,
                                       const std::string& superclassPath) {
-    return detail::CallAs(cls, ids::Class::CreateSuperclassLink, iid::kSuperclassLink,
-                          {name, superclassPath});
+    return detail::CreateAs(cls, ids::Class::CreateSuperclassLink, iid::kSuperclassLink,
+                            {name, superclassPath});
 }
 inline void DeleteSuperclassLink(const ObjectRef& cls, const ObjectRef& link) {
     automation::Call(cls, ids::Class::DeleteSuperclassLink, {link});
@@ -214,7 +223,7 @@ inline std::string TypeName(const ObjectRef& attributeOrParameter) {
     return detail::Text(attributeOrParameter, ids::Attribute::TypeName);
 }
 inline ObjectRef AttributeExportControl(const ObjectRef& attribute) {
-    return detail::GetAs(attribute, ids::Attribute::ExportControl, iid::kExportControl);
+    return detail::GetObjectAs(attribute, ids::Attribute::ExportControl, iid::kExportControl);
 }
 // Called by name; nullptr when the type is no class of the model.
 inline ObjectRef GetTypeClass(const ObjectRef& attribute) {
@@ -235,7 +244,7 @@ inline ObjectRef ParameterList(const ObjectRef& operation) {
     return automation::Get(operation, ids::Operation::ParameterList).ToObject();
 }
 inline ObjectRef OperationExportControl(const ObjectRef& operation) {
-    return detail::GetAs(operation, ids::Operation::ExportControl, iid::kExportControl);
+    return detail::GetObjectAs(operation, ids::Operation::ExportControl, iid::kExportControl);
 }
 // `position` is 1-based.
 inline void CreateParameter(const ObjectRef& operation, const std::string& name,
@@ -295,7 +304,7 @@ inline void SetMultiplicity(const ObjectRef& role, const std::string& value) {
     automation::Put(role, ids::Role::Multiplicity, value);
 }
 inline ObjectRef RoleExportControl(const ObjectRef& role) {
-    return detail::GetAs(role, ids::Role::ExportControl, iid::kExportControl);
+    return detail::GetObjectAs(role, ids::Role::ExportControl, iid::kExportControl);
 }
 inline ObjectRef RoleClass(const ObjectRef& role) {
     return detail::GetAs(role, ids::Role::RoleClass, iid::kClass);

@@ -97,6 +97,16 @@ class TavroFactory : public automation::Object {
         throw AutomationError(std::string(automation::kErrMemberNotFound));
     }
 
+    // The session's object results stand as they come, so a call sent ahead stays one.
+    ObjectRef InvokeForObject(std::int32_t dispid, std::string_view name, bool byName,
+                              CallKind kind, const Args& args, std::string_view iid) override {
+        if (!byName || !IsForwarded(name)) {
+            return Object::InvokeForObject(dispid, name, byName, kind, args, iid);
+        }
+        if (!session_) throw AutomationError("no connection is open");
+        return automation::CallByNameForObject(session_, name, iid, args);
+    }
+
     bool Implements(std::string_view) const override { return false; }
 
   private:

@@ -94,6 +94,11 @@ TEST(DecodeFrame, GivesBackEveryMessageEncoded) {
     error.requestId = 8;
     error.text = "Member not found";
 
+    Message forObject = CallById(2, 1, CallKind::Method, 428, {std::string("a")});
+    forObject.noWait = true;
+    forObject.resultHandle = automation::rpc::kClientHandleBit | 5;
+    forObject.resultIid = "{A}";
+
     ObjectHandle introduced{7};
     introduced.kind = 2;
     introduced.iids = {"{BC57D1C0-863E-11CF-B3D4-00A0241DB1D0}", "{A}"};
@@ -108,6 +113,7 @@ TEST(DecodeFrame, GivesBackEveryMessageEncoded) {
         {"reply with an object of a kind told before", ReplyOf(6, ofKnownKind)},
         {"call by id", CallById(2, 1, CallKind::Method, -5, {std::int16_t{1}})},
         {"call by name with every value type", byName},
+        {"call sent ahead naming its result's handle", forObject},
         {"hello", hello},
         {"implements", implements},
         {"release", release},
@@ -142,8 +148,11 @@ TEST(DecodeFrame, RefusesMalformedFramesAndSaysWhere) {
         {"client type zero", Bytes({5, 0, 0, 0, 0, 1, 0, 0, 0}), FrameStatus::BadType, 4},
         {"call kind 4", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 4, 0, 1, 0, 0, 0, 0, 0}),
          FrameStatus::BadField, 13},
-        {"call flags 4", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 4, 1, 0, 0, 0, 0, 0}),
+        {"call flags 8", Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 8, 1, 0, 0, 0, 0, 0}),
          FrameStatus::BadField, 13},
+        {"result handle of the server's",
+         Bytes({0x11, 0, 0, 0, 2, 7, 0, 0, 0, 2, 0, 0, 0, 1, 4, 1, 0, 0, 0, 0, 0}),
+         FrameStatus::BadField, 15},
         {"value type 7", Bytes({6, 0, 0, 0, 5, 1, 0, 0, 0, 7}), FrameStatus::BadField, 9},
         {"object kind cut short", Bytes({0x0e, 0, 0, 0, 5, 1, 0, 0, 0, 6, 3, 0, 0, 0, 1, 0, 0, 0}),
          FrameStatus::Truncated, 18},

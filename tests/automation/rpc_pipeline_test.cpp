@@ -61,6 +61,14 @@ struct Recorder {
             return Variant(std::make_shared<automation::LocalObject>(
                 std::vector<std::string>{rpctest::kClassIid}));
         });
+        // Another object that records here ("self"), or what is no object for the caller.
+        object->Define(0, "Make", [this](CallKind, const Args& args) -> Variant {
+            std::string what = args.at(0).ToString();
+            if (what == "self") return Object();
+            if (what == "text") return Variant(what);
+            if (what == "bad") throw AutomationError("make refused bad");
+            return Variant();
+        });
         object->Define(0, "Log", [this](CallKind, const Args&) {
             ++gets;
             std::string log;
@@ -205,6 +213,51 @@ TEST(Pipeline, MethodsWithoutResultGoAheadAndAFailureStopsTheCallsAfterIt) {
         });
         EXPECT_EQ(error, c.error);
         EXPECT_EQ(automation::CallByName(root, "Log").ToString(), c.log);
+    }
+}
+
+// An object result the caller only calls goes ahead under a handle the client names; whatever
+// would make using it fail in this process fails the call there, with the same text.
+TEST(Pipeline, ObjectResultsGoAheadAndFailAsTheirUseWouldInProcess) {
+    struct Case {
+        const char* name;
+        const char* made;
+        const char* iid;
+        std::string error;
+    };
+    const Case cases[] = {
+        {"an object", "self", "", ""},
+        {"refused", "bad", "", "make refused bad"},
+        {"no object", "none", "", std::string(automation::kErrObjectNotSet)},
+        {"a text", "text", "", std::string(automation::kErrTypeMismatch)},
+        {"another interface", "self", rpctest::kAppIid, std::string(automation::kErrNoInterface)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto run = [&](const ObjectRef& root) {
+            return ErrorOf([&] {
+                automation::rpc::Pipeline pipeline;
+                Add(root, "1");
+                ObjectRef made = automation::CallByNameForObject(root, "Make", c.iid, {c.made});
+                Add(made, "2");
+                Add(root, "3");
+                pipeline.Sync();
+            });
+        };
+        Recorder local;
+        std::string localError = run(local.Object());
+        Recorder recorder;
+        Served served(recorder);
+        ObjectRef root = Connect(served.server.Address());
+        std::size_t handles = served.server.HandleCount();
+        std::uint64_t waitsBefore = automation::rpc::WaitCount();
+        EXPECT_EQ(run(root), c.error);
+        EXPECT_EQ(localError, c.error);
+        // The sync, and after a failure the request that ends the failed batch.
+        EXPECT_EQ(automation::rpc::WaitCount(), waitsBefore + (c.error.empty() ? 1 : 2));
+        EXPECT_EQ(recorder.puts, local.puts);
+        automation::CallByName(root, "Log");
+        EXPECT_EQ(served.server.HandleCount(), handles);
     }
 }
 
