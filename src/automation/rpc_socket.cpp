@@ -10,8 +10,18 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "automation/rpc_internal.h"
+
+namespace automation::rpc {
+
+std::chrono::microseconds DefaultSpin() {
+    static const std::chrono::microseconds spin(std::thread::hardware_concurrency() > 2 ? 100 : 0);
+    return spin;
+}
+
+}  // namespace automation::rpc
 
 namespace automation::rpc::detail {
 

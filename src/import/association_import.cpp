@@ -76,6 +76,25 @@ void MarkReference(const Ends& ends, const std::string& collection, bool require
     rose::SetMultiplicity(ends.far, required ? "1..n" : "0..n");
 }
 
+// The model reads of an association's import, the category's lookup and the search for the
+// relationship, walked ahead: over our sockets they go out together, a few rounds deep,
+// instead of one round trip each. They change nothing, and the walk stops where the import
+// would write (a category that is not there yet).
+void AnnounceModelReads(const ObjectRef& propDef, const std::string& typeName,
+                        const ObjectRef& roseClass) {
+    if (!automation::ReadsAhead(roseClass)) return;
+    automation::AnnounceReads([&] {
+        automation::WalkBranch([&] {
+            rose::QualifiedName(naming::FindOrCreateCategory(naming::QualifyClassName(typeName)));
+        });
+        automation::WalkBranch([&] {
+            if (!ServerFlag(propDef, m::kRelationship)) return;
+            FindRelationship(roseClass, ServerText(propDef, m::kName),
+                             ServerText(propDef, m::kInverse));
+        });
+    });
+}
+
 }  // namespace
 
 ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& typeName,
@@ -83,6 +102,7 @@ ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& type
     // The model writes go without waiting; an error among them still surfaces here.
     automation::rpc::Pipeline pipeline;
     return pipeline.Run([&] {
+        AnnounceModelReads(propDef, typeName, roseClass);
         // Traps errors of its own, so nothing may be waiting for an answer here: this is the
         // first call of the routine.
         ObjectRef category = naming::FindOrCreateCategory(naming::QualifyClassName(typeName));
@@ -96,8 +116,8 @@ ImportResult ImportAssociation(const ObjectRef& propDef, const std::string& type
         if (relationship) ends = FindRelationship(roseClass, propName, inverse);
         if (!ends.association) {
             ends.association = rose::CreateAssociation(roseClass, "", targetPath);
-            ends.far = rose::OtherRoleOf(ends.association, roseClass);
-            ends.near = rose::RoleOf(ends.association, roseClass);
+            ends.far = rose::OtherRoleOfNew(ends.association, roseClass);
+            ends.near = rose::RoleOfNew(ends.association, roseClass);
             rose::SetIsNavigable(ends.near, false);
         }
         rose::SetName(ends.far, propName);

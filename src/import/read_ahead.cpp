@@ -1,8 +1,10 @@
-// The server reads of one class's import, walked before the import so that they travel
-// together (see automation::AnnounceReads). The walk reads what the import routines read, by
-// the same members and arguments: a read it misses only costs the import a round trip, and a
-// read it adds costs the server a call the import never needed.
+// The server reads of one class's import, and the lookup of its model class, walked before
+// the import so that they travel together (see automation::AnnounceReads). The walk reads what the
+// import routines read, by the same members and arguments: a read it misses only costs the import a
+// round trip, and a read it adds costs the server a call the import never needed.
 #include "import/import_internal.h"
+#include "model/rose.h"
+#include "naming/naming.h"
 
 namespace importing {
 
@@ -61,6 +63,10 @@ void WalkDefinition(const ObjectRef& classDef, bool withMembers) {
     WalkValues(classDef, {m::kName, m::kDescription, m::kSuper, m::kClassType, m::kAbstract});
     WalkKeywords(classDef, install::kClassKeywords);
     if (!withMembers) return;
+    // The model class the members go to, looked up in the same rounds.
+    if (automation::ReadsAhead(rose::RoseApp)) {
+        WalkBranch([&] { naming::FindRoseClass(ServerText(classDef, m::kName)); });
+    }
     WalkBranch([&] { WalkMembers(classDef, m::kProperties, WalkProperty); });
     WalkBranch([&] { WalkMembers(classDef, m::kMethods, WalkMethod); });
 }

@@ -66,7 +66,7 @@ inline std::string Text(const ObjectRef& obj, std::int32_t dispid) {
 
 // --- Application ---
 inline ObjectRef ActiveModel(const ObjectRef& app) {
-    return detail::GetAs(app, ids::Application::ActiveModel, iid::kModel);
+    return detail::GetObjectAs(app, ids::Application::ActiveModel, iid::kModel);
 }
 
 // --- Names and documentation (model, category, class, generic element, attribute,
@@ -282,6 +282,14 @@ inline ObjectRef RoleOf(const ObjectRef& association, const ObjectRef& cls) {
 }
 inline ObjectRef OtherRoleOf(const ObjectRef& association, const ObjectRef& cls) {
     return detail::ReadAs(association, ids::Association::OtherRoleOf, iid::kRole, {cls});
+}
+// The roles of an association just created, which the caller only writes to: inside a
+// pipeline these calls may go without waiting.
+inline ObjectRef RoleOfNew(const ObjectRef& association, const ObjectRef& cls) {
+    return detail::CreateAs(association, ids::Association::RoleOf, iid::kRole, {cls});
+}
+inline ObjectRef OtherRoleOfNew(const ObjectRef& association, const ObjectRef& cls) {
+    return detail::CreateAs(association, ids::Association::OtherRoleOf, iid::kRole, {cls});
 }
 
 // --- Role ---
