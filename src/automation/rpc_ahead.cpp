@@ -65,6 +65,10 @@ void SyncOthers(const SentAhead* except) {
 void ListReading(std::weak_ptr<SentAhead> connection) {
     std::lock_guard lock(gReadingMutex);
     std::erase_if(gReading, [](const std::weak_ptr<SentAhead>& c) { return c.expired(); });
+    // Listed once: a run keeps thousands of reads on the same few connections.
+    for (const auto& listed : gReading) {
+        if (!listed.owner_before(connection) && !connection.owner_before(listed)) return;
+    }
     gReading.push_back(std::move(connection));
 }
 

@@ -56,12 +56,14 @@ constexpr std::uint8_t kKindTag = 6;
 void PutU8(std::string& out, std::uint8_t v) { out.push_back(static_cast<char>(v)); }
 
 void PutU16(std::string& out, std::uint16_t v) {
-    out.push_back(static_cast<char>(v & 0xff));
-    out.push_back(static_cast<char>(v >> 8));
+    const char bytes[2] = {static_cast<char>(v & 0xff), static_cast<char>(v >> 8)};
+    out.append(bytes, 2);
 }
 
 void PutU32(std::string& out, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xff));
+    const char bytes[4] = {static_cast<char>(v & 0xff), static_cast<char>((v >> 8) & 0xff),
+                           static_cast<char>((v >> 16) & 0xff), static_cast<char>(v >> 24)};
+    out.append(bytes, 4);
 }
 
 void PutText(std::string& out, std::string_view s) {
