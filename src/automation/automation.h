@@ -177,9 +177,13 @@ Variant CallByNameReadOnly(const ObjectRef& obj, std::string_view name, const Ar
 // being filled is locked to the session: its member collections are read once per class, not
 // once per member), which serves both transports. What is left are runs of reads that do not
 // depend on each other, or only a few steps deep: over our sockets those are walked ahead and
-// travel together, and a loop over a result set sends its rounds ahead. Both are invisible to
-// the routines' error handling: every error is raised by the call that would have raised it
-// one call at a time, inside the routine that traps it.
+// travel together, and a loop over a result set sends its rounds ahead. Writes go ahead
+// without waiting inside an rpc::Pipeline, and so do the calls whose object result a routine
+// only writes to (a new server object, an element just created in the model, see GetObject):
+// the result stands under a handle this process names, so the writes to it follow in the same
+// write to the socket. All of this is invisible to the routines' error handling: every error
+// is raised by the call that would have raised it one call at a time, or, for calls sent
+// ahead, by the pipeline's wait, inside the routine that traps it, the calls after it unrun.
 //
 // A run that reads much of one element at a time (a class and its members, a definition and
 // its members) saves a round trip per read when the other process is reached over our
