@@ -222,12 +222,18 @@ class NotYetRead : public std::exception {
 void AnnounceReads(const std::function<void()>& walk);
 // One branch of a walk: whatever it raises (not read yet, or the read's own error, which the
 // run raises again when it makes the read) ends that branch only.
+// A branch whose reads were all answered from what is kept is passed over in later rounds:
+// it would read the same again.
+bool BeginWalkBranch();  // false: pass over the branch
+void EndWalkBranch();
 template <class Fn>
 void WalkBranch(Fn&& fn) {
+    if (!BeginWalkBranch()) return;
     try {
         fn();
     } catch (...) {
     }
+    EndWalkBranch();
 }
 // True when announcing reads of `obj` saves round trips.
 bool ReadsAhead(const ObjectRef& obj);

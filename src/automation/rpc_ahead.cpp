@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <set>
 #include <vector>
 
 #include "automation/rpc.h"
@@ -27,6 +28,25 @@ std::vector<std::weak_ptr<detail::SentAhead>> gReading;
 
 thread_local bool gAnnouncing = false;
 std::atomic<std::uint64_t> gAnnounced{0};
+thread_local std::uint64_t gUnanswered = 0;
+
+// The branches of the walk under way. A branch is named by its path: its place among the
+// branches its parent entered, and so on up. One whose reads were all answered from what is
+// kept reads the same in every later round, so later rounds pass over it, provided its path
+// names the same branch then: every read of its ancestors' own bodies before it was answered
+// too, so that they entered the same branches before it.
+struct WalkFrame {
+    std::uint32_t children = 0;  // branches entered so far
+    bool stable = true;          // the path so far names the same branch in every later round
+    std::uint64_t entered = 0;   // Unsettled() when the branch was entered
+    std::uint64_t checked = 0;   // Unsettled() when the body's own reads were last checked
+};
+thread_local std::vector<WalkFrame> gFrames;
+thread_local std::vector<std::uint32_t> gPath;
+thread_local std::set<std::vector<std::uint32_t>> gSettled;
+
+// Reads of this walk that read as nothing: announced now, or not answered yet.
+std::uint64_t Unsettled() { return gAnnounced.load(std::memory_order_relaxed) + gUnanswered; }
 
 std::vector<std::shared_ptr<detail::SentAhead>> ReadingConnections() {
     std::vector<std::shared_ptr<detail::SentAhead>> live;
@@ -74,6 +94,7 @@ void ListReading(std::weak_ptr<SentAhead> connection) {
 
 bool Announcing() { return gAnnouncing; }
 void CountAnnounced() { gAnnounced.fetch_add(1, std::memory_order_relaxed); }
+void CountUnanswered() { ++gUnanswered; }
 
 void CountFetch() {
     gWaits.fetch_add(1, std::memory_order_relaxed);
@@ -157,17 +178,46 @@ static void FetchAnnounced() {
 void AnnounceReads(const std::function<void()>& walk) {
     constexpr int kMaxRounds = 32;
     if (!ReadScopeOpen() || rpc::gAnnouncing) return;
+    rpc::gSettled.clear();
     for (int round = 0; round < kMaxRounds; ++round) {
         std::uint64_t before = rpc::gAnnounced.load();
+        rpc::gFrames.assign(1, rpc::WalkFrame{0, true, rpc::Unsettled(), rpc::Unsettled()});
+        rpc::gPath.clear();
         rpc::gAnnouncing = true;
         try {
             walk();
         } catch (...) {
         }
         rpc::gAnnouncing = false;
-        if (rpc::gAnnounced.load() == before) return;
+        if (rpc::gAnnounced.load() == before) break;
         FetchAnnounced();
     }
+    rpc::gSettled.clear();
+}
+
+bool BeginWalkBranch() {
+    if (!rpc::gAnnouncing) return true;
+    std::uint64_t now = rpc::Unsettled();
+    rpc::WalkFrame& parent = rpc::gFrames.back();
+    if (now != parent.checked) parent.stable = false;
+    rpc::gPath.push_back(parent.children++);
+    bool stable = parent.stable;
+    if (stable && rpc::gSettled.count(rpc::gPath) != 0) {
+        rpc::gPath.pop_back();
+        return false;
+    }
+    rpc::gFrames.push_back(rpc::WalkFrame{0, stable, now, now});
+    return true;
+}
+
+void EndWalkBranch() {
+    if (!rpc::gAnnouncing) return;
+    std::uint64_t now = rpc::Unsettled();
+    rpc::WalkFrame branch = rpc::gFrames.back();
+    rpc::gFrames.pop_back();
+    if (branch.stable && now == branch.entered) rpc::gSettled.insert(rpc::gPath);
+    rpc::gPath.pop_back();
+    rpc::gFrames.back().checked = now;
 }
 
 }  // namespace automation

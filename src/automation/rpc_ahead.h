@@ -35,6 +35,9 @@ void ListReading(std::weak_ptr<SentAhead> connection);
 bool Announcing();
 // Counts a read announced.
 void CountAnnounced();
+// A read of a walk that found nothing kept and could not be announced (announced already, or
+// the connection is busy): it read as nothing.
+void CountUnanswered();
 
 // Counts the round trip that fetches a connection's announced reads.
 void CountFetch();

@@ -523,7 +523,10 @@ Variant Connection::AnnouncedRead(const ObjectRef& target, Message& call, const 
     // Replies of calls sent ahead come first and may hold an error that the next call raises:
     // a read announced now would not be the one to raise it.
     bool canAnnounce = broken_.empty() && outbox_.empty() && ahead_.empty() && !aheadFailed_;
-    if (it != kept_.end() || !canAnnounce) return {};
+    if (it != kept_.end() || !canAnnounce) {
+        detail::CountUnanswered();
+        return {};
+    }
     call.requestId = NextRequestId();
     call.noWait = false;
     std::size_t start = announced_.size();

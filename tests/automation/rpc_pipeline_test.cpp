@@ -423,4 +423,38 @@ TEST(ReadScope, KeptReadsAnswerWithoutTheHostUntilAWriteOrTheScopeEnds) {
     EXPECT_EQ(recorder.gets, 4);
 }
 
+// Later rounds of a walk pass over a branch that read everything from what is kept, but only
+// one that stands where it stood: a branch after a loop that grew is walked again.
+TEST(AnnounceReads, PassesOverBranchesReadWhollyFromWhatIsKept) {
+    Recorder recorder;
+    Served served(recorder);
+    ObjectRef object = Connect(served.server.Address());
+    Put(object, "a");
+    auto read = [&](const char* name) { return automation::GetByName(object, name).ToString(); };
+    automation::ReadScope reads;
+    read("Slot");  // kept before the walk starts
+    int slotWalks = 0;
+    std::uint64_t waits = automation::rpc::WaitCount();
+    automation::AnnounceReads([&] {
+        automation::WalkBranch([&] {
+            // Two steps deep: the log ("a\n"), then a read for each of its two characters.
+            std::string log = read("Log");
+            const char* names[] = {"Broken", "Child"};
+            for (std::size_t at = 0; at < log.size() && at < 2; ++at) {
+                automation::WalkBranch([&] { automation::CallByNameReadOnly(object, names[at]); });
+            }
+            automation::WalkBranch([&] { read("Slot"); });
+        });
+        automation::WalkBranch([&] {
+            ++slotWalks;
+            read("Slot");
+        });
+    });
+    EXPECT_EQ(slotWalks, 1);
+    EXPECT_EQ(automation::rpc::WaitCount() - waits, 2u);  // the log, then the broken reads
+    EXPECT_EQ(read("Log"), "a\n");
+    EXPECT_EQ(ErrorOf([&] { automation::CallByNameReadOnly(object, "Broken"); }), "broken read");
+    EXPECT_EQ(automation::rpc::WaitCount() - waits, 2u);
+}
+
 }  // namespace
