@@ -2,7 +2,7 @@
 
 #include <atomic>
 #include <mutex>
-#include <set>
+#include <unordered_set>
 #include <vector>
 
 #include "automation/rpc.h"
@@ -31,19 +31,24 @@ std::atomic<std::uint64_t> gAnnounced{0};
 thread_local std::uint64_t gUnanswered = 0;
 
 // The branches of the walk under way. A branch is named by its path: its place among the
-// branches its parent entered, and so on up. One whose reads were all answered from what is
-// kept reads the same in every later round, so later rounds pass over it, provided its path
-// names the same branch then: every read of its ancestors' own bodies before it was answered
-// too, so that they entered the same branches before it.
+// branches its parent entered, and so on up, kept as a hash. One whose reads were all answered
+// from what is kept reads the same in every later round, so later rounds pass over it,
+// provided its path names the same branch then: every read of its ancestors' own bodies
+// before it was answered too, so that they entered the same branches before it. (Two paths of
+// one hash would only cost a branch's reads a round trip each, later.)
 struct WalkFrame {
+    std::uint64_t path = 0;
     std::uint32_t children = 0;  // branches entered so far
     bool stable = true;          // the path so far names the same branch in every later round
     std::uint64_t entered = 0;   // Unsettled() when the branch was entered
     std::uint64_t checked = 0;   // Unsettled() when the body's own reads were last checked
 };
 thread_local std::vector<WalkFrame> gFrames;
-thread_local std::vector<std::uint32_t> gPath;
-thread_local std::set<std::vector<std::uint32_t>> gSettled;
+thread_local std::unordered_set<std::uint64_t> gSettled;
+
+std::uint64_t ChildPath(std::uint64_t parent, std::uint32_t index) {
+    return (parent ^ (index + 0x9e3779b97f4a7c15ull)) * 0xff51afd7ed558ccdull;
+}
 
 // Reads of this walk that read as nothing: announced now, or not answered yet.
 std::uint64_t Unsettled() { return gAnnounced.load(std::memory_order_relaxed) + gUnanswered; }
@@ -181,8 +186,7 @@ void AnnounceReads(const std::function<void()>& walk) {
     rpc::gSettled.clear();
     for (int round = 0; round < kMaxRounds; ++round) {
         std::uint64_t before = rpc::gAnnounced.load();
-        rpc::gFrames.assign(1, rpc::WalkFrame{0, true, rpc::Unsettled(), rpc::Unsettled()});
-        rpc::gPath.clear();
+        rpc::gFrames.assign(1, rpc::WalkFrame{0, 0, true, rpc::Unsettled(), rpc::Unsettled()});
         rpc::gAnnouncing = true;
         try {
             walk();
@@ -200,13 +204,10 @@ bool BeginWalkBranch() {
     std::uint64_t now = rpc::Unsettled();
     rpc::WalkFrame& parent = rpc::gFrames.back();
     if (now != parent.checked) parent.stable = false;
-    rpc::gPath.push_back(parent.children++);
+    std::uint64_t path = rpc::ChildPath(parent.path, parent.children++);
     bool stable = parent.stable;
-    if (stable && rpc::gSettled.count(rpc::gPath) != 0) {
-        rpc::gPath.pop_back();
-        return false;
-    }
-    rpc::gFrames.push_back(rpc::WalkFrame{0, stable, now, now});
+    if (stable && rpc::gSettled.count(path) != 0) return false;
+    rpc::gFrames.push_back(rpc::WalkFrame{path, 0, stable, now, now});
     return true;
 }
 
@@ -215,8 +216,7 @@ void EndWalkBranch() {
     std::uint64_t now = rpc::Unsettled();
     rpc::WalkFrame branch = rpc::gFrames.back();
     rpc::gFrames.pop_back();
-    if (branch.stable && now == branch.entered) rpc::gSettled.insert(rpc::gPath);
-    rpc::gPath.pop_back();
+    if (branch.stable && now == branch.entered) rpc::gSettled.insert(branch.path);
     rpc::gFrames.back().checked = now;
 }
 

@@ -471,11 +471,16 @@ Variant Connection::Roundtrip(Message& request, bool wait) {
 }
 
 // The request as a key of what is kept: its frame without a request id.
-static std::string KeyOf(Message call) {
-    call.requestId = 0;
-    call.noWait = false;
+static std::string KeyOf(const Message& call) {
     std::string key;
-    EncodeFrame(call, key);
+    if (call.requestId == 0 && !call.noWait) {
+        EncodeFrame(call, key);  // not numbered yet: the frame is the key
+        return key;
+    }
+    Message unnumbered = call;
+    unnumbered.requestId = 0;
+    unnumbered.noWait = false;
+    EncodeFrame(unnumbered, key);
     return key;
 }
 
