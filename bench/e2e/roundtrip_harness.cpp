@@ -342,15 +342,15 @@ double PeakMiB(pid_t pid, bool kill = false) {
 // sleep: the transport's default, or ROUNDTRIP_SPIN_US microseconds (0: never poll), to see
 // what polling costs on a machine with few cores. The add-in's connection to tavro-host is
 // the platform's own and keeps the default.
-std::chrono::microseconds Spin() {
+std::chrono::microseconds Spin(std::chrono::microseconds byDefault) {
     const char* text = std::getenv("ROUNDTRIP_SPIN_US");
-    if (text == nullptr) return automation::rpc::ServerOptions{}.spin;
+    if (text == nullptr) return byDefault;
     return std::chrono::microseconds(std::atoi(text));
 }
 
 automation::rpc::ServerOptions SpinningServer() {
     automation::rpc::ServerOptions options;
-    options.spin = Spin();
+    options.spin = Spin(options.spin);
     return options;
 }
 
@@ -426,7 +426,7 @@ Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
         automation::rpc::SetPipelinePuts(pipelinePuts);
         AnswerConnection(tavroAddress.substr(4));
         automation::rpc::ClientOptions options;
-        options.spin = Spin();
+        options.spin = Spin(options.spin);
         ObjectRef control = automation::rpc::Connect(socket, options);
         Figures f = Transfer(control, selection, shape.exportBack, Peers{rose, tavro});
         try {

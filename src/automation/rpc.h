@@ -25,10 +25,12 @@ namespace automation::rpc {
 // Frames larger than this are refused without being read.
 inline constexpr std::size_t kMaxFrameSize = 16u * 1024u * 1024u;
 
-// How long a waiting side polls before it sleeps, unless told otherwise: 100 µs where the
-// machine has cores to spare for it, none on two cores or fewer, where the client and both
-// hosts take turns and a polling process only takes the core from the one it waits for (on
-// two cores a round trip of the benchmark model took a third longer with polling).
+// How long a server polls for the next request before it sleeps, unless told otherwise:
+// 100 µs where the machine has cores to spare for it, none on two cores or fewer. There the
+// add-in and both hosts share the cores, and a host polling after its answer takes the core
+// from the add-in and the other host (on two cores a round trip of the benchmark model took a
+// third longer). The add-in's own polling for a reply stays: the host it waits for is the one
+// that runs then.
 std::chrono::microseconds DefaultSpin();
 
 struct ClientOptions {
@@ -36,7 +38,7 @@ struct ClientOptions {
     std::chrono::milliseconds timeout{30000};
     // How long a caller polls for a reply without sleeping before it blocks: most replies
     // arrive within a few microseconds, and waking a sleeping process costs far more.
-    std::chrono::microseconds spin = DefaultSpin();
+    std::chrono::microseconds spin{100};
     std::size_t maxFrameSize = kMaxFrameSize;
     // Property puts travel without waiting for their replies (they return nothing). A put
     // that fails stops every call sent after it on the server, unrun, and its error is raised
