@@ -184,6 +184,16 @@ TEST(SyncModel, NewModelSavesALoadableFile) {
     ASSERT_EQ(OpenSession(again, dir + "/shop.mdl"), "");
     EXPECT_EQ(ShowModel(*ModelOf(*again.host)), ShowModel(model));
     EXPECT_EQ(ModelOf(*again.host)->name, "shop");
+    // Made within the second the model was: the new elements' quids are not the Design's.
+    petal::File file;
+    ASSERT_TRUE(petal::ParseDocument(test::ReadFile(dir + "/shop.mdl"), file));
+    std::map<std::string, std::string> kindOf;
+    petal::VisitObjects(file.root, [&](const petal::Object& o) {
+        std::string quid = petal::GetText(o, "quid");
+        if (quid.empty()) return;
+        auto [at, added] = kindOf.emplace(quid, o.kind);
+        EXPECT_TRUE(added) << o.kind << " has the quid of a " << at->second;
+    });
 }
 
 // What an import makes: a subclass and an association end before the class they point at, and

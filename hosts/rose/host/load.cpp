@@ -127,6 +127,10 @@ std::shared_ptr<Model> LoadModel(petal::Document& document) {
     auto model = std::make_shared<Model>();
     model->name = ModelNameOf(document.path());
     model->origin = &design;
+    petal::VisitObjects(design, [&](const petal::Object& o) {
+        std::string quid = petal::GetText(o, "quid");
+        if (!quid.empty()) model->fileQuids.push_back(std::move(quid));
+    });
     binding::Loader loader{*model, binding::DocumentEnums(design), {}};
     if (const petal::Value* sets = binding::DesignPropertySets(design)) {
         model->propertySets = PropertySetsOf(*sets);

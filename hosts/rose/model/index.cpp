@@ -54,6 +54,7 @@ void Build(const Model& model, ModelIndex& index) {
     index.associations.clear();
     index.roleKeys.clear();
     index.associationsBuilt = false;
+    index.quids.insert(model.fileQuids.begin(), model.fileQuids.end());
     for (const auto& category : AllCategories(model)) {
         AddQuidsOf(index, *category);
         for (const auto& cls : category->classes) AddClass(index, cls);

@@ -174,6 +174,9 @@ struct Model {
     std::weak_ptr<Diagram> currentDiagram;
     std::vector<PropertySet> propertySets;
     std::uint32_t quidCounter = 0;
+    // Every quid the file held when it was opened: a new element takes none of them, not even
+    // the quid of an object that is no model element (the Design itself).
+    std::vector<std::string> fileQuids;
     void* origin = nullptr;
     mutable ModelIndex index;
 };
