@@ -46,7 +46,8 @@ function(corvansil_add_test name)
         return()
     endif()
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main corvansil_warnings)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} corvansil_test_support GTest::gtest GTest::gmock
+        GTest::gtest_main corvansil_warnings)
     if(WIN32)
         target_compile_definitions(${name} PRIVATE
             CORVANSIL_SOURCE_DIR="Z:${PROJECT_SOURCE_DIR}"

@@ -19,6 +19,7 @@
 #include "automation/rpc.h"
 #include "automation/rpc_frame.h"
 #include "rpc_test_support.h"
+#include "tests/support/support.h"
 
 using automation::Args;
 using automation::AutomationError;
@@ -34,7 +35,7 @@ using automation::rpc::Server;
 using automation::rpc::ServerOptions;
 using rpctest::Describe;
 using rpctest::ErrorOf;
-using rpctest::TempDir;
+using testsupport::TempDir;
 
 namespace {
 
@@ -102,7 +103,7 @@ TEST(Server, LimitsAConnectionUntilItLogsIn) {
     options.loginLimit = 256;
     Server server(makeRoot, options);
     TempDir dir;
-    server.Listen("unix:" + dir.path + "/host.sock");
+    server.Listen("unix:" + dir.path() + "/host.sock");
     server.Start();
 
     std::string large(300, 'x');
@@ -150,7 +151,7 @@ TEST(Server, AnswersDeferredCallsInOrderWhileServingOthers) {
     root->Define(3, "Echo", [](CallKind, const Args& args) { return args.at(0); });
     TempDir dir;
     Server server([root](const ConnectionInfo&) { return root; });
-    server.Listen("unix:" + dir.path + "/host.sock");
+    server.Listen("unix:" + dir.path() + "/host.sock");
     server.Start();
 
     std::string answer;
@@ -182,7 +183,7 @@ TEST(Server, ServesConnectionsByTurnsAndDropsTheWorkOfOneThatHasGone) {
     });
     TempDir dir;
     Server server([root](const ConnectionInfo&) { return root; });
-    server.Listen("unix:" + dir.path + "/host.sock");
+    server.Listen("unix:" + dir.path() + "/host.sock");
     server.Start();
 
     // One client queues a second's worth of calls, and another comes after it.
@@ -207,7 +208,7 @@ TEST(Server, TellsClientsBeyondItsLimitThatItIsBusy) {
     ServerOptions options;
     options.maxConnections = 2;
     Server server([](const ConnectionInfo&) { return rpctest::MakeApplication(); }, options);
-    server.Listen("unix:" + dir.path + "/host.sock");
+    server.Listen("unix:" + dir.path() + "/host.sock");
     server.Start();
     ObjectRef first = Connect(server.Address());
     ObjectRef second = Connect(server.Address());
@@ -233,7 +234,7 @@ long CpuTicks(pid_t pid) {
 
 TEST(Server, RefusesClientsWithoutSpinningWhenOutOfDescriptors) {
     TempDir dir;
-    std::string address = "unix:" + dir.path + "/host.sock";
+    std::string address = "unix:" + dir.path() + "/host.sock";
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     pid_t pid = fork();

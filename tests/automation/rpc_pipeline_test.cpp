@@ -12,6 +12,7 @@
 #include "automation/local_object.h"
 #include "automation/rpc.h"
 #include "rpc_test_support.h"
+#include "tests/support/support.h"
 
 using automation::Args;
 using automation::AutomationError;
@@ -22,7 +23,7 @@ using automation::rpc::ClientOptions;
 using automation::rpc::Connect;
 using automation::rpc::Server;
 using rpctest::ErrorOf;
-using rpctest::TempDir;
+using testsupport::TempDir;
 
 namespace {
 
@@ -82,7 +83,7 @@ struct Recorder {
 struct Served {
     explicit Served(Recorder& recorder)
         : server([&recorder](const auto&) { return recorder.Object(); }) {
-        server.Listen("unix:" + dir.path + "/pipe.sock");
+        server.Listen("unix:" + dir.path() + "/pipe.sock");
         server.Start();
     }
     ~Served() { server.Stop(); }

@@ -15,6 +15,7 @@
 #include "automation/automation.h"
 #include "automation/rpc_frame.h"
 #include "rpc_test_support.h"
+#include "tests/support/support.h"
 
 using automation::Args;
 using automation::AutomationError;
@@ -26,7 +27,7 @@ using automation::rpc::Connect;
 using automation::rpc::ConnectionInfo;
 using automation::rpc::Server;
 using rpctest::ErrorOf;
-using rpctest::TempDir;
+using testsupport::TempDir;
 
 namespace {
 
@@ -67,7 +68,7 @@ struct RunningServer {
     std::unique_ptr<Server> server;
 };
 
-std::string UnixAddress(const TempDir& dir) { return "unix:" + dir.path + "/run/host.sock"; }
+std::string UnixAddress(const TempDir& dir) { return "unix:" + dir.path() + "/run/host.sock"; }
 
 // Waits, boundedly, for something the server does after a connection has gone.
 bool Eventually(const std::function<bool()>& condition) {
@@ -253,7 +254,7 @@ TEST(Connect, RefusesObjectsOfAnotherConnection) {
 
 TEST(Connect, ReportsWhenNothingAnswers) {
     TempDir dir;
-    std::string address = "unix:" + dir.path + "/none.sock";
+    std::string address = "unix:" + dir.path() + "/none.sock";
     EXPECT_EQ(ErrorOf([&] { Connect(address); }),
               "no automation server answers at " + address + ": No such file or directory");
     EXPECT_EQ(ErrorOf([] { Connect("pipe:/x"); }),

@@ -75,18 +75,6 @@ ObjectRef MakeApplication() {
     return app;
 }
 
-TempDir::TempDir() {
-    char pattern[] = "/tmp/corvansil-rpc-XXXXXX";
-    char* made = mkdtemp(pattern);
-    if (made == nullptr) throw std::runtime_error("mkdtemp failed");
-    path = made;
-}
-
-TempDir::~TempDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-}
-
 int RawConnect(const std::string& address) {
     automation::rpc::detail::Address parsed;
     std::string error;

@@ -9,6 +9,7 @@
 #include "automation/automation.h"
 #include "automation/local_object.h"
 #include "automation/rpc.h"
+#include "tests/support/support.h"
 
 namespace rpctest {
 
@@ -20,13 +21,6 @@ inline constexpr const char* kCollectionIid = "{97B38349-A4E3-11D0-BFF0-00AA003D
 // ClassByUniqueKey 12475) holds a class collection (Count 202, ItemAt 203, ContainsItem 204)
 // of the classes "Person" and "Order" (Name 100, IsAbstract 412, GetQualifiedName by name).
 automation::ObjectRef MakeApplication();
-
-// A fresh directory under /tmp, removed with its contents when the value goes.
-struct TempDir {
-    TempDir();
-    ~TempDir();
-    std::string path;
-};
 
 // The server's frames in `bytes` as "Error 0: text" / "Reply 1" lines.
 std::string Describe(std::string bytes);

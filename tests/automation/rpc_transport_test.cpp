@@ -12,6 +12,7 @@
 #include "automation/rpc.h"
 #include "automation/rpc_frame.h"
 #include "rpc_test_support.h"
+#include "tests/support/support.h"
 
 using automation::Args;
 using automation::AutomationError;
@@ -27,7 +28,7 @@ using automation::rpc::MessageType;
 using automation::rpc::Server;
 using rpctest::Describe;
 using rpctest::ErrorOf;
-using rpctest::TempDir;
+using testsupport::TempDir;
 
 namespace {
 
@@ -92,7 +93,7 @@ TEST(Server, RefusesBadFramesWithoutDisturbingOtherClients) {
     };
 
     TempDir dir;
-    auto server = StartServer("unix:" + dir.path + "/host.sock", rpctest::MakeApplication());
+    auto server = StartServer("unix:" + dir.path() + "/host.sock", rpctest::MakeApplication());
     ObjectRef good = Connect(server->Address());
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -120,7 +121,7 @@ TEST(Server, RefusesAResultLargerThanAFrame) {
     automation::rpc::ServerOptions options;
     options.maxFrameSize = 4096;
     Server server([root](const ConnectionInfo&) { return root; }, options);
-    server.Listen("unix:" + dir.path + "/host.sock");
+    server.Listen("unix:" + dir.path() + "/host.sock");
     server.Start();
     ObjectRef app = Connect(server.Address());
     EXPECT_EQ(ErrorOf([&] { automation::Get(app, 1); }), "the result is too large to send");
@@ -129,7 +130,7 @@ TEST(Server, RefusesAResultLargerThanAFrame) {
 
 TEST(Connect, FailsTheNextCallWhenTheServerHasGone) {
     TempDir dir;
-    auto server = StartServer("unix:" + dir.path + "/host.sock", rpctest::MakeApplication());
+    auto server = StartServer("unix:" + dir.path() + "/host.sock", rpctest::MakeApplication());
     ObjectRef app = Connect(server->Address());
     ObjectRef model = automation::Get(app, 209).AsObject();
     server.reset();
@@ -141,7 +142,7 @@ TEST(Connect, GivesUpOnAServerThatDoesNotAnswer) {
     // A socket that accepts connections (the kernel does, up to its backlog) but whose
     // owner never reads: a hung host.
     TempDir dir;
-    std::string path = dir.path + "/hung.sock";
+    std::string path = dir.path() + "/hung.sock";
     int listener = socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un sa{};
     sa.sun_family = AF_UNIX;
@@ -167,7 +168,7 @@ TEST(Server, SerialisesTheCallsOfConcurrentClients) {
         return Variant(seen + 1);
     });
     TempDir dir;
-    auto server = StartServer("unix:" + dir.path + "/host.sock", root);
+    auto server = StartServer("unix:" + dir.path() + "/host.sock", root);
     constexpr int kClients = 4;
     constexpr int kCalls = 300;
     ObjectRef shared = Connect(server->Address());
@@ -199,11 +200,11 @@ TEST(Server, SerialisesTheCallsOfConcurrentClients) {
 
 TEST(ServerListen, GuardsTheUnixSocket) {
     TempDir dir;
-    std::string path = dir.path + "/a/b/host.sock";
+    std::string path = dir.path() + "/a/b/host.sock";
     Server first([](const ConnectionInfo&) { return rpctest::MakeApplication(); });
     first.Listen("unix:" + path);
     struct stat st {};
-    ASSERT_EQ(stat((dir.path + "/a/b").c_str(), &st), 0);
+    ASSERT_EQ(stat((dir.path() + "/a/b").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0700u);
     ASSERT_EQ(stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);  // connecting takes write permission
@@ -218,7 +219,7 @@ TEST(ServerListen, GuardsTheUnixSocket) {
 
 TEST(ServerListen, ReplacesAStaleSocketFile) {
     TempDir dir;
-    std::string path = dir.path + "/host.sock";
+    std::string path = dir.path() + "/host.sock";
     {
         // A server that died leaves its socket file behind.
         int fd = socket(AF_UNIX, SOCK_STREAM, 0);
@@ -237,7 +238,7 @@ TEST(ServerListen, ReplacesAStaleSocketFile) {
 
 TEST(ServerListen, RefusesWhatItCannotListenOn) {
     TempDir dir;
-    std::string file = dir.path + "/plain";
+    std::string file = dir.path() + "/plain";
     fclose(fopen(file.c_str(), "w"));
     auto server = StartServer("tcp:127.0.0.1:0", rpctest::MakeApplication());
     Server other([](const ConnectionInfo&) { return ObjectRef{}; });

@@ -13,13 +13,14 @@
 #include "platform/platform.h"
 #include "platform/tavro_factory.h"
 #include "server/server.h"
+#include "tests/support/support.h"
 
 namespace cli_test {
 
 namespace {
 
-constexpr const char* kUser = "dev";
-constexpr const char* kPassword = "secret";
+constexpr const char* kUser = testsupport::kTestUser;
+constexpr const char* kPassword = testsupport::kTestPassword;
 
 // The defaults an installed add-in declares, as the modelling tool loads them.
 void DeclareDefaults(rosehost::Model& model) {
@@ -42,8 +43,6 @@ void ForgetConnections() {
 }  // namespace
 
 CliWorld::CliWorld() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "cli-test-XXXXXX").string();
-    dataDir = mkdtemp(pattern.data());
     tavro::InitStore(dataDir, kUser, kPassword, tavro::HashCost::Minimal);
     {
         auto store = tavro::OpenStore(dataDir);
@@ -79,8 +78,6 @@ CliWorld::~CliWorld() {
     platform::ResetUi();
     platform::ResetObjects();
     platform::ResetTavro();
-    std::error_code ignored;
-    std::filesystem::remove_all(dataDir, ignored);
 }
 
 bool CliWorld::ServeShop(bool withDefaults) {

@@ -12,6 +12,7 @@
 #include "hosts/rose/model/model.h"
 #include "hosts/rose/model/objects.h"
 #include "hosts/tavro/store/store.h"
+#include "tests/support/support.h"
 
 namespace cli_test {
 
@@ -44,7 +45,8 @@ class CliWorld {
 
     std::shared_ptr<rosehost::Model> model;
     std::shared_ptr<rosehost::Host> host;
-    std::string dataDir;
+    testsupport::TempDir dataTemp{"cli-test"};
+    std::string dataDir = dataTemp.path();
     std::string out;
     std::string err;
 

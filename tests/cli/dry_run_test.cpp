@@ -11,13 +11,14 @@
 #include "cli_world.h"
 #include "hosts/rose/host/host.h"
 #include "hosts/tavro/xml/class_xml.h"
+#include "tests/support/support.h"
 
 namespace {
 
 using cli_test::CliWorld;
 
 const std::string kShop = std::string(CORVANSIL_SOURCE_DIR) + "/examples/shop.mdl";
-const std::string kSamples = std::string(CORVANSIL_SOURCE_DIR) + "/../shared/samples/mdl/";
+const std::string kSamples = testsupport::SamplesDir() + "/mdl/";
 
 // Per class: its outcome line ("Shop.Product: replaced (detail)") and then its member lines.
 using Outcomes = std::map<std::string, std::vector<std::string>>;

@@ -10,17 +10,13 @@
 #include <string>
 
 #include "cli/cli.h"
+#include "tests/support/support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 TEST(WriteReportFile, ReplacesTheOldReportInOneStepOrRefuses) {
     const fs::path dir = fs::temp_directory_path() / "corvansil report test";

@@ -9,6 +9,7 @@
 #include "cli_world.h"
 #include "hosts/rose/host/host.h"
 #include "platform/tavro_factory.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -25,10 +26,7 @@ std::vector<std::string> OutcomeLines(const std::string& outcome) {
     return lines;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
+using testsupport::ReadFile;
 
 std::string TempFile(const CliWorld& world, const char* name) {
     return (std::filesystem::path(world.dataDir) / name).string();

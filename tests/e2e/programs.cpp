@@ -50,18 +50,6 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 }  // namespace
 
-TempDir::TempDir(const std::string& prefix) {
-    std::string pattern = (std::filesystem::temp_directory_path() / (prefix + "-XXXXXX")).string();
-    char* made = ::mkdtemp(pattern.data());
-    if (made == nullptr) throw std::runtime_error("cannot make a temporary directory");
-    path_ = made;
-}
-
-TempDir::~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 std::string Program(const std::string& name) {
     static const std::map<std::string, std::string> kWhere = {
         {"tavro-host", "/hosts/tavro/tavro-host"},
@@ -78,18 +66,6 @@ std::string MissingProgram() {
         if (::access(Program(name).c_str(), X_OK) != 0) return name;
     }
     return "";
-}
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void WriteFile(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << text;
 }
 
 std::size_t CountOf(const std::string& text, const std::string& needle) {

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/support.h"
+
 namespace e2e {
 
 using Env = std::map<std::string, std::string>;
@@ -25,19 +27,9 @@ struct Exit {
     std::string err;
 };
 
-// A directory under the system's temporary directory, removed with everything in it.
-class TempDir {
-  public:
-    explicit TempDir(const std::string& prefix);
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    const std::string& path() const { return path_; }
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-  private:
-    std::string path_;
-};
+using testsupport::ReadFile;
+using testsupport::TempDir;
+using testsupport::WriteFile;
 
 // The path of a program built by this build tree ("tavro-host", "rose-host", "corvansil-cli").
 std::string Program(const std::string& name);
@@ -95,8 +87,6 @@ class Installation {
     std::string saved_;
 };
 
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& text);
 // How many times `needle` occurs in `text`.
 std::size_t CountOf(const std::string& text, const std::string& needle);
 

@@ -10,6 +10,7 @@
 
 #include "hosts/tavro/store/store.h"
 #include "install/install.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ using e2e::TavroServer;
 using e2e::TempDir;
 using namespace std::chrono_literals;
 
-const std::string kSamples = std::string(CORVANSIL_SOURCE_DIR) + "/../shared/samples/mdl";
+const std::string kSamples = testsupport::SamplesDir() + "/mdl";
 const std::string kLibrary = kSamples + "/library.mdl";
 
 // The library sample's classes as the server names them.

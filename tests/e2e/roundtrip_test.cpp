@@ -26,6 +26,7 @@
 #include "server/server.h"
 #include "tests/e2e/programs.h"
 #include "tests/e2e/roundtrip_compare.h"
+#include "tests/support/support.h"
 #include "window/plain_window.h"
 
 namespace {
@@ -35,7 +36,7 @@ using automation::CallKind;
 using automation::ObjectRef;
 using automation::Variant;
 
-const std::string kSamples = std::string(CORVANSIL_SOURCE_DIR) + "/../shared/samples/mdl";
+const std::string kSamples = testsupport::SamplesDir() + "/mdl";
 const std::string kReport = std::string(CORVANSIL_BINARY_DIR) + "/tests/e2e/roundtrip-report.txt";
 constexpr const char* kUser = "dev";
 constexpr const char* kPassword = "round-trip";
@@ -266,7 +267,7 @@ std::size_t SkippedProperties(const std::vector<window::LogRow>& rows) {
 }
 
 TEST(ExportClasses, SampleModelsSurviveExportImportExport) {
-    if (!std::filesystem::exists(kSamples)) GTEST_SKIP() << "no samples at " << kSamples;
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
     std::ofstream reportFile(kReport, std::ios::trunc);
     for (const Case& c : kCases) {
         SCOPED_TRACE(c.file);

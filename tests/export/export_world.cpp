@@ -8,15 +8,16 @@
 #include "install/vocabulary.h"
 #include "model/rose.h"
 #include "server/server.h"
+#include "tests/support/support.h"
 
 namespace export_test {
 
 namespace {
 
 constexpr const char* kNamespace = "USER";
-constexpr const char* kDeveloper = "dev";
+constexpr const char* kDeveloper = testsupport::kTestUser;
 constexpr const char* kViewer = "viewer";
-constexpr const char* kPassword = "secret";
+constexpr const char* kPassword = testsupport::kTestPassword;
 
 // The defaults an installed add-in declares, as the modelling tool loads them.
 void DeclareDefaults(rosehost::Model& model) {
@@ -81,8 +82,6 @@ const tavro::Item* FindItem(const std::vector<tavro::Item>& items, std::string_v
 }  // namespace
 
 ExportWorld::ExportWorld(const char* user) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "export-test-XXXXXX").string();
-    dataDir_ = mkdtemp(pattern.data());
     tavro::InitStore(dataDir_, kDeveloper, kPassword, tavro::HashCost::Minimal);
     {
         auto store = tavro::OpenStore(dataDir_);
@@ -120,8 +119,6 @@ ExportWorld::~ExportWorld() {
     server::ConnectionNamespace.clear();
     server::ServerClassTypes.Clear();
     session_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(dataDir_, ignored);
 }
 
 void ExportWorld::UseModel(std::shared_ptr<rosehost::Model> other) {

@@ -13,6 +13,7 @@
 #include "hosts/rose/model/objects.h"
 #include "hosts/tavro/objects/objects.h"
 #include "platform/platform.h"
+#include "tests/support/support.h"
 #include "window/plain_window.h"
 
 namespace export_test {
@@ -78,7 +79,8 @@ class ExportWorld {
     automation::ObjectRef factory;
 
   private:
-    std::string dataDir_;
+    testsupport::TempDir dataTemp_{"export-test"};
+    std::string dataDir_ = dataTemp_.path();
     tavro::SessionRef session_;
 };
 

@@ -7,6 +7,7 @@
 #include "export/export.h"
 #include "export_world.h"
 #include "hosts/rose/host/host.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ using export_test::ExportWorld;
 using export_test::FindProperty;
 using export_test::PropertyValue;
 
-const std::string kSamples = std::string(CORVANSIL_SOURCE_DIR) + "/../shared/samples/mdl";
+const std::string kSamples = testsupport::SamplesDir() + "/mdl";
 
 TEST(ExportClasses, LibrarySampleGoesToTheServerWhole) {
     std::string path = kSamples + "/library.mdl";

@@ -8,6 +8,7 @@
 #include "model/rose.h"
 #include "platform/objects.h"
 #include "server/server.h"
+#include "tests/support/support.h"
 
 namespace import_test {
 
@@ -17,14 +18,9 @@ using automation::Variant;
 
 namespace {
 
-constexpr const char* kUser = "dev";
-constexpr const char* kPassword = "dev-secret";
+constexpr const char* kUser = testsupport::kTestUser;
+constexpr const char* kPassword = testsupport::kTestPassword;
 constexpr const char* kNamespace = "USER";
-
-std::string NewTempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "import-test-XXXXXX").string();
-    return mkdtemp(pattern.data());
-}
 
 class Proxy : public automation::Object {
   public:
@@ -131,7 +127,7 @@ ObjectRef FaultProxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan) {
     return std::make_shared<Proxy>(std::move(inner), std::move(plan));
 }
 
-Harness::Harness() : dataDir_(NewTempDir()) {
+Harness::Harness() {
     tavro::InitStore(dataDir_, kUser, kPassword, tavro::HashCost::Minimal);
     store_ = tavro::OpenStore(dataDir_);
     session_ = tavro::NewSessionObject(tavro::OpenSession(dataDir_, kNamespace, kUser, kPassword));
@@ -174,9 +170,6 @@ Harness::~Harness() {
     roseServer_.reset();
     factoryServer_.reset();
     store_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(dataDir_, ignored);
-    if (!socketDir_.empty()) std::filesystem::remove_all(socketDir_, ignored);
 }
 
 void Harness::Save(const std::vector<tavro::ClassDef>& defs) {
@@ -207,7 +200,8 @@ std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead,
     auto plan = std::make_shared<FaultPlan>();
     plan->failAt = failAt;
     plan->failMember = failMember;
-    socketDir_ = NewTempDir();
+    socketTemp_ = std::make_unique<testsupport::TempDir>("import-test");
+    socketDir_ = socketTemp_->path();
     ObjectRef app = rosehost::ApplicationObject(host_);
     ObjectRef factory = server::ServerFactory;
     if (serverFails) {

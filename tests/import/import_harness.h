@@ -17,6 +17,7 @@
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/store/store.h"
 #include "platform/platform.h"
+#include "tests/support/support.h"
 #include "window/plain_window.h"
 
 namespace import_test {
@@ -115,13 +116,15 @@ class Harness {
     std::function<ObjectRef(const std::string& className, const std::string& query)> openQuery;
 
   private:
-    std::string dataDir_;
+    testsupport::TempDir dataTemp_{"import-test"};
+    std::string dataDir_ = dataTemp_.path();
     std::unique_ptr<tavro::Store> store_;
     std::shared_ptr<rosehost::Model> model_;
     std::shared_ptr<rosehost::Host> host_;
     std::shared_ptr<rosehost::Diagram> main_;
     ObjectRef session_;
     // Last, so that they stop before the model and the store go.
+    std::unique_ptr<testsupport::TempDir> socketTemp_;
     std::string socketDir_;
     std::unique_ptr<automation::rpc::Server> roseServer_;
     std::unique_ptr<automation::rpc::Server> factoryServer_;

@@ -10,17 +10,13 @@
 #include <string>
 
 #include "install/install.h"
+#include "tests/support/support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 // The Tools menu for an add-in in `d`, from the layout's table: 4, 9 and 14 blanks for the
 // levels 1 to 3, CR LF after every line.

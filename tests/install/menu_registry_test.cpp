@@ -12,6 +12,7 @@
 #include "install/install.h"
 #include "platform/files.h"
 #include "platform/registry.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -19,27 +20,17 @@ namespace fs = std::filesystem;
 
 // A fresh directory for the installed files and a registry file inside it.
 struct TempInstall {
-    TempInstall() {
-        char pattern[] = "/tmp/corvansil-inst-XXXXXX";
-        dir = mkdtemp(pattern);
-        registry = dir + "/registry.reg";
-        setenv("CORVANSIL_REGISTRY", registry.c_str(), 1);
-    }
+    TempInstall() { setenv("CORVANSIL_REGISTRY", registry.c_str(), 1); }
     ~TempInstall() {
         unsetenv("CORVANSIL_REGISTRY");
         platform::ResetFiles();
-        fs::remove_all(dir);
     }
-    std::string dir;
-    std::string registry;
+    testsupport::TempDir temp{"corvansil-inst"};
+    std::string dir = temp.path();
+    std::string registry = dir + "/registry.reg";
 };
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 std::string MenuFor(const std::string& d) {
     std::string text = "Menu Tools\r\n{\r\n    Separator\r\n    Menu \"&Tavro\"\r\n    {\r\n";

@@ -10,6 +10,7 @@
 
 #include "install/install.h"
 #include "install/vocabulary.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -30,12 +31,7 @@ std::vector<std::string> SplitCrLf(const std::string& text) {
     return lines;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 // Line numbers worked out by hand from the entry layout: a scalar entry is 4 lines, a list
 // entry 4 lines plus its members plus one closing line.
@@ -135,8 +131,8 @@ TEST(PropertySets, DifferWhereTheVocabularyDiffers) {
 }
 
 TEST(WritePropertyFile, ReplacesAnyOlderFileWithTheSameBytes) {
-    char pattern[] = "/tmp/corvansil-pty-XXXXXX";
-    const std::string dir = mkdtemp(pattern);
+    testsupport::TempDir temp("corvansil-pty");
+    const std::string dir = temp.path();
     const std::string path = dir + "/Corvansil.pty";
     std::ofstream(path, std::ios::binary) << std::string(20000, 'x');
 
@@ -145,7 +141,6 @@ TEST(WritePropertyFile, ReplacesAnyOlderFileWithTheSameBytes) {
     install::WritePropertyFile(dir);
     EXPECT_EQ(fs::file_size(path), 10978u);
     EXPECT_EQ(ReadFile(path), install::PropertyFileText());
-    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "platform/files.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -21,27 +22,17 @@ using namespace platform;
 
 // Points the registry at a fresh file in a fresh directory for the life of the object.
 struct TempRegistry {
-    TempRegistry() {
-        char pattern[] = "/tmp/corvansil-reg-XXXXXX";
-        dir = mkdtemp(pattern);
-        path = dir + "/sub/registry.reg";
-        setenv("CORVANSIL_REGISTRY", path.c_str(), 1);
-    }
+    TempRegistry() { setenv("CORVANSIL_REGISTRY", path.c_str(), 1); }
     ~TempRegistry() {
         unsetenv("CORVANSIL_REGISTRY");
         ResetFiles();
-        fs::remove_all(dir);
     }
-    std::string dir;
-    std::string path;
+    testsupport::TempDir temp{"corvansil-reg"};
+    std::string dir = temp.path();
+    std::string path = dir + "/sub/registry.reg";
 };
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 void WriteFile(const std::string& path, const std::string& text) {
     fs::create_directories(fs::path(path).parent_path());

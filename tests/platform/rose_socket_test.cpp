@@ -10,6 +10,7 @@
 
 #include "automation/automation.h"
 #include "platform/rose_attach.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -28,8 +29,8 @@ std::string Unsafe(const std::string& dir, uid_t owner, const char* mode) {
 // Another local user could put a socket of their own into the directory and receive every
 // call: rose-host does not listen there and the add-in does not connect there.
 TEST(CheckSocketDirectory, AcceptsOnlyTheUsersOwnDirectoryClosedToOthers) {
-    char pattern[] = "/tmp/corvansil-sock-XXXXXX";
-    const std::string base = mkdtemp(pattern);
+    testsupport::TempDir temp("corvansil-sock");
+    const std::string base = temp.path();
     enum Kind { kMissing, kDirectory, kLink, kOtherOwner };
     struct Case {
         const char* name;
@@ -89,7 +90,6 @@ TEST(CheckSocketDirectory, AcceptsOnlyTheUsersOwnDirectoryClosedToOthers) {
     }
     unsetenv("CORVANSIL_ROSE_SOCKET");
     EXPECT_EQ(refused, Unsafe(open, getuid(), "0777"));
-    fs::remove_all(base);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "hosts/rose/host/host.h"
 #include "support.h"
+#include "tests/support/support.h"
 
 namespace rosehost {
 namespace {
@@ -63,10 +64,10 @@ void EditLibrary(const ObjectRef& model) {
 }
 
 TEST(SyncModel, WritesNewAndChangedElementsAndKeepsTheRest) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
-    std::string dir = test::MakeTempDir();
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    std::string dir = testsupport::MakeTempDir();
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/library.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/library.mdl"), "");
     EditLibrary(Get(ApplicationObject(session.host), kActiveModel).ToObject());
     ASSERT_EQ(SaveSession(session, dir + "/edited.mdl"), "");
     EXPECT_EQ(ModelOf(*session.host)->name, "edited");
@@ -116,20 +117,21 @@ TEST(SyncModel, WritesNewAndChangedElementsAndKeepsTheRest) {
                             "process_structure", "properties"}) {
         SCOPED_TRACE(key);
         petal::Document original;
-        ASSERT_TRUE(original.Load(test::SamplesDir() + "/mdl/library.mdl"));
+        ASSERT_TRUE(original.Load(testsupport::SamplesDir() + "/mdl/library.mdl"));
         EXPECT_TRUE(Field(again.document, key) == Field(original, key));
     }
 
     // The new objects are laid out for good: saving the reloaded model changes nothing.
     ASSERT_EQ(SaveSession(again, dir + "/again.mdl"), "");
-    EXPECT_TRUE(test::ReadFile(dir + "/again.mdl") == test::ReadFile(dir + "/edited.mdl"));
+    EXPECT_TRUE(testsupport::ReadFile(dir + "/again.mdl") ==
+                testsupport::ReadFile(dir + "/edited.mdl"));
 }
 
 TEST(SyncModel, ClassDrawnAgainAtItsPlaceGivesBackTheSameFile) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
-    std::string dir = test::MakeTempDir();
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    std::string dir = testsupport::MakeTempDir();
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/library.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/library.mdl"), "");
     ASSERT_EQ(SelectDiagram(session, "library::Main"), "");
     ObjectRef model = Get(ApplicationObject(session.host), kActiveModel).ToObject();
     ObjectRef diagram = Get(model, kCurrentDiagram).ToObject();
@@ -143,20 +145,20 @@ TEST(SyncModel, ClassDrawnAgainAtItsPlaceGivesBackTheSameFile) {
     Put(view, kPlacementA, a);
     Put(view, kPlacementB, b);
     ASSERT_EQ(SaveSession(session, dir + "/redrawn.mdl"), "");
-    EXPECT_TRUE(test::ReadFile(dir + "/redrawn.mdl") ==
-                test::ReadFile(test::SamplesDir() + "/mdl/library.mdl"));
+    EXPECT_TRUE(testsupport::ReadFile(dir + "/redrawn.mdl") ==
+                testsupport::ReadFile(testsupport::SamplesDir() + "/mdl/library.mdl"));
 }
 
 TEST(SyncModel, ClassTakenOffADiagramTakesItsLinesAlong) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
-    std::string dir = test::MakeTempDir();
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    std::string dir = testsupport::MakeTempDir();
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/library.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/library.mdl"), "");
     Model& model = *ModelOf(*session.host);
     Diagram& main = *model.top->categories[0]->diagrams[0];
     ASSERT_TRUE(RemoveClass(main, *ClassesByPath(model, "library::Book")[0]));
     ASSERT_EQ(SaveSession(session, dir + "/off.mdl"), "");
-    std::string text = test::ReadFile(dir + "/off.mdl");
+    std::string text = testsupport::ReadFile(dir + "/off.mdl");
     // Book's view was @9; the association views that ended at it went with it.
     EXPECT_EQ(text.find("\"Logical View::library::Book\" @9"), std::string::npos);
     EXPECT_EQ(text.find("@9\n"), std::string::npos);
@@ -168,7 +170,7 @@ TEST(SyncModel, ClassTakenOffADiagramTakesItsLinesAlong) {
 }
 
 TEST(SyncModel, NewModelSavesALoadableFile) {
-    std::string dir = test::MakeTempDir();
+    std::string dir = testsupport::MakeTempDir();
     Session session;
     NewSession(session);
     EXPECT_EQ(ModelOf(*session.host)->name, "");
@@ -186,7 +188,7 @@ TEST(SyncModel, NewModelSavesALoadableFile) {
     EXPECT_EQ(ModelOf(*again.host)->name, "shop");
     // Made within the second the model was: the new elements' quids are not the Design's.
     petal::File file;
-    ASSERT_TRUE(petal::ParseDocument(test::ReadFile(dir + "/shop.mdl"), file));
+    ASSERT_TRUE(petal::ParseDocument(testsupport::ReadFile(dir + "/shop.mdl"), file));
     std::map<std::string, std::string> kindOf;
     petal::VisitObjects(file.root, [&](const petal::Object& o) {
         std::string quid = petal::GetText(o, "quid");
@@ -199,7 +201,7 @@ TEST(SyncModel, NewModelSavesALoadableFile) {
 // What an import makes: a subclass and an association end before the class they point at, and
 // a method whose FormalSpec `list:%List,sep:%String=","` splits into a parameter named '"'.
 TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
-    std::string dir = test::MakeTempDir();
+    std::string dir = testsupport::MakeTempDir();
     Session session;
     NewSession(session);
     Model& model = *ModelOf(*session.host);
@@ -220,7 +222,7 @@ TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
     ASSERT_EQ(SaveSession(session, ""), "");
 
     petal::File file;
-    ASSERT_TRUE(petal::ParseDocument(test::ReadFile(dir + "/shop.mdl"), file));
+    ASSERT_TRUE(petal::ParseDocument(testsupport::ReadFile(dir + "/shop.mdl"), file));
     std::map<std::string, std::string> quids;
     petal::VisitObjects(file.root, [&](const petal::Object& o) {
         if (o.kind == "Class")
@@ -247,12 +249,12 @@ TEST(SaveSession, WritesLinksToLaterClassesWithTheirQuidAndOddTextAsItWas) {
     EXPECT_EQ(reread.operations[0]->parameters[2]->name, "\"");
 
     // A name the file can only hold as its placeholder for no name would read back as none.
-    std::string saved = test::ReadFile(dir + "/shop.mdl");
+    std::string saved = testsupport::ReadFile(dir + "/shop.mdl");
     CreateClass(model, shop, "$UNNAMED$7");
     EXPECT_EQ(SaveSession(session, ""),
               "nothing saved: the model does not read back from the text written for it (class "
               "\"Logical View::shop::$UNNAMED$7\": name)");
-    EXPECT_EQ(test::ReadFile(dir + "/shop.mdl"), saved);
+    EXPECT_EQ(testsupport::ReadFile(dir + "/shop.mdl"), saved);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "hosts/rose/host/host.h"
 #include "support.h"
+#include "tests/support/support.h"
 
 namespace rosehost {
 namespace {
@@ -51,7 +52,7 @@ std::string OpenSample(Session& session, const std::string& copy, const std::str
 }
 
 TEST(LoadModel, CountsElementsOfEverySample) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
     std::string copy = test::CopySamples();
     for (const SampleCase& c : kSamples) {
         SCOPED_TRACE(c.file);
@@ -74,9 +75,9 @@ TEST(LoadModel, CountsElementsOfEverySample) {
 }
 
 TEST(LoadModel, ReadsMembersRolesAndViewsOfLibrary) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/library.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/library.mdl"), "");
     const Model& model = *ModelOf(*session.host);
     auto books = ClassesByPath(model, "library::Book");
     ASSERT_EQ(books.size(), 1u);
@@ -107,7 +108,7 @@ TEST(LoadModel, ReadsMembersRolesAndViewsOfLibrary) {
 }
 
 TEST(SyncModel, UnchangedModelSavesTheBytesItRead) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
     std::string copy = test::CopySamples();
     const char* unit = "/ecore/org.eclipse.emf.ecore/model/org.eclipse.emf.Ecore.cat";
     for (const SampleCase& c : kSamples) {
@@ -116,10 +117,10 @@ TEST(SyncModel, UnchangedModelSavesTheBytesItRead) {
         ASSERT_EQ(OpenSample(session, copy, c.file), "");
         std::string saved = copy + "/" + c.file + ".saved";
         ASSERT_EQ(SaveSession(session, saved), "");
-        std::string original = test::SamplesDir() + "/mdl/" + c.file;
-        EXPECT_TRUE(test::ReadFile(saved) == test::ReadFile(original));
-        EXPECT_TRUE(test::ReadFile(copy + unit) ==
-                    test::ReadFile(test::SamplesDir() + "/mdl" + unit));
+        std::string original = testsupport::SamplesDir() + "/mdl/" + c.file;
+        EXPECT_TRUE(testsupport::ReadFile(saved) == testsupport::ReadFile(original));
+        EXPECT_TRUE(testsupport::ReadFile(copy + unit) ==
+                    testsupport::ReadFile(testsupport::SamplesDir() + "/mdl" + unit));
         // Opening the saved copy shows the same model.
         Session again;
         ASSERT_EQ(OpenSession(again, saved), "");
@@ -134,7 +135,7 @@ struct BadCase {
 };
 
 TEST(OpenSession, RefusesFilesThatAreNoRoseModel) {
-    std::string dir = test::MakeTempDir();
+    std::string dir = testsupport::MakeTempDir();
     const BadCase cases[] = {
         {"text.mdl", "hello\n",
          " is not a Rose model: line 1, column 1: expected '(object Petal' at the start of the "
@@ -147,7 +148,7 @@ TEST(OpenSession, RefusesFilesThatAreNoRoseModel) {
     for (const BadCase& c : cases) {
         SCOPED_TRACE(c.name);
         std::string path = dir + "/" + c.name;
-        test::WriteFile(path, c.bytes);
+        testsupport::WriteFile(path, c.bytes);
         Session session;
         EXPECT_EQ(OpenSession(session, path), path + c.message);
     }

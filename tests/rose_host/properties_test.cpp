@@ -9,6 +9,7 @@
 #include "install/install.h"
 #include "platform/registry.h"
 #include "support.h"
+#include "tests/support/support.h"
 
 namespace rosehost {
 namespace {
@@ -26,7 +27,7 @@ void SetValue(const std::string& key, const char* name, const std::string& text)
 
 // A registry of its own in a new folder, with the add-in installed into "<folder>/addin".
 std::string InstallAddIn() {
-    std::string dir = test::MakeTempDir();
+    std::string dir = testsupport::MakeTempDir();
     ::setenv("CORVANSIL_REGISTRY", (dir + "/registry.reg").c_str(), 1);
     install::RegisterAddIn(dir + "/addin", "Rose");
     std::filesystem::create_directories(dir + "/addin");
@@ -104,9 +105,9 @@ TEST(LoadAddInProperties, SaysWhichRegistryFileItCannotRead) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        std::string path = test::MakeTempDir() + "/registry.reg";
+        std::string path = testsupport::MakeTempDir() + "/registry.reg";
         ::setenv("CORVANSIL_REGISTRY", path.c_str(), 1);
-        if (c.bytes != nullptr) test::WriteFile(path, c.bytes);
+        if (c.bytes != nullptr) testsupport::WriteFile(path, c.bytes);
         Session session;
         NewSession(session);
         std::vector<std::string> expected;
@@ -119,10 +120,10 @@ TEST(LoadAddInProperties, SaysWhichRegistryFileItCannotRead) {
 }
 
 TEST(LoadModel, DefaultsComeFromTheModelFileItself) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
-    ::setenv("CORVANSIL_REGISTRY", (test::MakeTempDir() + "/none.reg").c_str(), 1);
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    ::setenv("CORVANSIL_REGISTRY", (testsupport::MakeTempDir() + "/none.reg").c_str(), 1);
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/uni.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/uni.mdl"), "");
     const Model& model = *ModelOf(*session.host);
     Class plain;
     // uni.mdl's Java default__Class: ConstructorIs ("Ctor_Set" 62), literal 62 is "Public".
@@ -151,11 +152,11 @@ TEST(ReadPropertyFile, RefusesWhatIsNoPropertyFile) {
         {"open.pty", "(object Petal version 42)\n(list Attribute_Set\n",
          " is not a property file: a list is not closed at line 3:1"},
     };
-    std::string dir = test::MakeTempDir();
+    std::string dir = testsupport::MakeTempDir();
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         std::string path = dir + "/" + c.name;
-        test::WriteFile(path, c.bytes);
+        testsupport::WriteFile(path, c.bytes);
         std::vector<PropertySet> sets;
         std::string error;
         EXPECT_FALSE(ReadPropertyFile(path, sets, error));

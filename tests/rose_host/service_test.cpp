@@ -4,20 +4,21 @@
 #include "automation/rpc.h"
 #include "hosts/rose/host/host.h"
 #include "support.h"
+#include "tests/support/support.h"
 
 namespace rosehost {
 namespace {
 
 TEST(ControlObject, ServesTheApplicationAndTheControlCalls) {
-    if (test::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
+    if (testsupport::SamplesDir().empty()) GTEST_SKIP() << "samples absent";
     Session session;
-    ASSERT_EQ(OpenSession(session, test::SamplesDir() + "/mdl/library.mdl"), "");
+    ASSERT_EQ(OpenSession(session, testsupport::SamplesDir() + "/mdl/library.mdl"), "");
     automation::rpc::Server* self = nullptr;
     automation::rpc::Server server([&](const automation::rpc::ConnectionInfo&) {
         return ControlObject(session, [&self] { self->Stop(); });
     });
     self = &server;
-    std::string address = "unix:" + test::MakeTempDir() + "/rose.sock";
+    std::string address = "unix:" + testsupport::MakeTempDir() + "/rose.sock";
     server.Listen(address);
     server.Start();
     {
@@ -34,7 +35,7 @@ TEST(ControlObject, ServesTheApplicationAndTheControlCalls) {
         automation::ObjectRef selected = automation::Get(diagram, 12525).ToObject();
         EXPECT_EQ(automation::Get(selected, 202).ToInt32(), 2);
         EXPECT_EQ(automation::CallByName(root, "Status").ToString(),
-                  "model \"library\" (" + test::SamplesDir() +
+                  "model \"library\" (" + testsupport::SamplesDir() +
                       "/mdl/library.mdl): 2 categories, 4 classes, 2 class diagrams; current "
                       "diagram \"Main\", 2 selected");
         try {

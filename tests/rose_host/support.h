@@ -4,15 +4,11 @@
 
 #include <string>
 
+#include "tests/support/support.h"
+
 namespace rosehost::test {
 
-// The shared sample folder, or "" when it is absent.
-std::string SamplesDir();
-// A new empty directory under the system's temporary directory.
-std::string MakeTempDir();
 // Copies the samples' "mdl" folder into a new temporary directory; returns that copy's path.
 std::string CopySamples();
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& bytes);
 
 }  // namespace rosehost::test

@@ -9,21 +9,22 @@
 
 #include "hosts/rose/petal/petal.h"
 #include "test_util.h"
+#include "tests/support/support.h"
 
 namespace {
 
 using namespace petal;
 using petal_test::CountKind;
 using petal_test::FindNamed;
-using petal_test::ReadBytes;
-using petal_test::SamplesDir;
+using testsupport::ReadFile;
+using testsupport::SamplesDir;
 
 const char* const kUnitFile = "org.eclipse.emf.ecore/model/org.eclipse.emf.Ecore.cat";
 
 // A writable copy of the sample folder holding Ecore.mdl and its unit.
-std::string CopyEcoreSample(const petal_test::TempDir& temp) {
-    petal_test::CopyTree(SamplesDir() + "/mdl/ecore", temp.path + "/ecore");
-    return temp.path + "/ecore";
+std::string CopyEcoreSample(const testsupport::TempDir& temp) {
+    testsupport::CopyTree(SamplesDir() + "/mdl/ecore", temp.path() + "/ecore");
+    return temp.path() + "/ecore";
 }
 
 PathMap MapOf(std::string symbol, std::string value) {
@@ -65,7 +66,7 @@ TEST(UnitFileCandidates, ResolvesPathMapSymbolsAndRelativeNames) {
 
 TEST(DocumentLoad, LoadsAUnitFoundThroughTheEnvironment) {
     if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
-    petal_test::TempDir temp;
+    testsupport::TempDir temp;
     std::string dir = CopyEcoreSample(temp);
     ::setenv("VABASE_PLUGINS_PATH", dir.c_str(), 1);
     Document doc;
@@ -82,7 +83,7 @@ TEST(DocumentLoad, LoadsAUnitFoundThroughTheEnvironment) {
 
 TEST(DocumentLoad, WarnsAboutAMissingUnitAndKeepsItsStub) {
     if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
-    petal_test::TempDir temp;
+    testsupport::TempDir temp;
     std::string dir = CopyEcoreSample(temp);
     std::filesystem::remove(dir + "/" + kUnitFile);
     Document doc;
@@ -96,28 +97,28 @@ TEST(DocumentLoad, WarnsAboutAMissingUnitAndKeepsItsStub) {
     ASSERT_NE(ecore, nullptr);
     EXPECT_FALSE(FindField(*ecore, "is_loaded")->boolean);
 
-    std::string before = ReadBytes(dir + "/Ecore.mdl");
+    std::string before = ReadFile(dir + "/Ecore.mdl");
     ASSERT_EQ(doc.Save(), "");
-    EXPECT_EQ(ReadBytes(dir + "/Ecore.mdl"), before);
+    EXPECT_EQ(ReadFile(dir + "/Ecore.mdl"), before);
 }
 
 TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElseWithBackups) {
     if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
-    petal_test::TempDir temp;
+    testsupport::TempDir temp;
     std::string dir = CopyEcoreSample(temp);
     std::string model = dir + "/Ecore.mdl";
     std::string unit = dir + "/" + kUnitFile;
-    std::string modelBytes = ReadBytes(model);
-    std::string unitBytes = ReadBytes(unit);
+    std::string modelBytes = ReadFile(model);
+    std::string unitBytes = ReadFile(unit);
     PathMap map = MapOf("VABASE_PLUGINS_PATH", dir);
     Document doc;
     ASSERT_TRUE(doc.Load(model, map));
     // Unchanged: both files written back as they were, each with its backup.
     ASSERT_EQ(doc.Save(), "");
-    EXPECT_EQ(ReadBytes(model), modelBytes);
-    EXPECT_EQ(ReadBytes(unit), unitBytes);
-    EXPECT_EQ(ReadBytes(model + ".bak"), modelBytes);
-    EXPECT_EQ(ReadBytes(unit + ".bak"), unitBytes);
+    EXPECT_EQ(ReadFile(model), modelBytes);
+    EXPECT_EQ(ReadFile(unit), unitBytes);
+    EXPECT_EQ(ReadFile(model + ".bak"), modelBytes);
+    EXPECT_EQ(ReadFile(unit + ".bak"), unitBytes);
     EXPECT_EQ(FilesIn(dir),
               (std::set<std::string>{"Ecore.mdl", "Ecore.mdl.bak", "org.eclipse.emf.ecore"}));
 
@@ -129,7 +130,7 @@ TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElseWithBackups
     AppendObject(EnsureList(*eclass, "class_attributes", "class_attribute_list"),
                  std::move(attribute));
     ASSERT_EQ(doc.Save(), "");
-    EXPECT_EQ(ReadBytes(model), modelBytes);
+    EXPECT_EQ(ReadFile(model), modelBytes);
 
     Document reloaded;
     ASSERT_TRUE(reloaded.Load(model, map));
@@ -142,7 +143,7 @@ TEST(DocumentSave, WritesAnEditInAUnitToTheUnitAndKeepsEverythingElseWithBackups
     File originalModel;
     File originalUnit;
     ASSERT_TRUE(ParseDocument(modelBytes, originalModel));
-    ASSERT_TRUE(ParseDocument(ReadBytes(unit + ".bak"), originalUnit));
+    ASSERT_TRUE(ParseDocument(ReadFile(unit + ".bak"), originalUnit));
     for (const char* kind : {"ClassView", "InheritView", "AssociationViewNew", "Attribute",
                              "ClassDiagram", "Properties"}) {
         SCOPED_TRACE(kind);
@@ -174,8 +175,8 @@ std::string ModelText(const std::vector<std::string>& units) {
 }
 
 TEST(DocumentLoad, ReadsOnlyRegularFilesOfBoundedSize) {
-    petal_test::TempDir temp;
-    const std::string& dir = temp.path;
+    testsupport::TempDir temp;
+    const std::string& dir = temp.path();
     ASSERT_EQ(::mkfifo((dir + "/fifo.cat").c_str(), 0600), 0);
     ASSERT_EQ(::mkdir((dir + "/folder.cat").c_str(), 0700), 0);
     ASSERT_EQ(SaveFileAtomically(dir + "/huge.cat", ""), "");
@@ -198,8 +199,8 @@ TEST(DocumentLoad, ReadsOnlyRegularFilesOfBoundedSize) {
 }
 
 TEST(DocumentSave, RefusesTextItsCodePageCannotHoldUnlessSavedAsANewFile) {
-    petal_test::TempDir temp;
-    std::string model = temp.path + "/m.mdl";
+    testsupport::TempDir temp;
+    std::string model = temp.path() + "/m.mdl";
     std::string original = ModelText({});
     ASSERT_EQ(SaveFileAtomically(model, original), "");
     Document doc;
@@ -216,21 +217,21 @@ TEST(DocumentSave, RefusesTextItsCodePageCannotHoldUnlessSavedAsANewFile) {
                   " (code page Windows-1252):\n    Class \"Logical View::C\", documentation: "
                   "\"\u2265\" (U+2265), \"\u2192\" (U+2192), \"\u6F22\" (U+6F22), \"\u5B57\" "
                   "(U+5B57)");
-    EXPECT_EQ(ReadBytes(model), original);
-    EXPECT_EQ(FilesIn(temp.path), std::set<std::string>{"m.mdl"});
+    EXPECT_EQ(ReadFile(model), original);
+    EXPECT_EQ(FilesIn(temp.path()), std::set<std::string>{"m.mdl"});
 
-    std::string copy = temp.path + "/copy.mdl";
+    std::string copy = temp.path() + "/copy.mdl";
     ASSERT_EQ(doc.SaveAs(copy), "");
     Document reloaded;
     ASSERT_TRUE(reloaded.Load(copy));
     EXPECT_EQ(FindField(reloaded.model().header, "charSet")->text, "134");
     EXPECT_EQ(GetText(*FindNamed(reloaded.model().root, "Class", "C"), "documentation"), text);
-    EXPECT_EQ(ReadBytes(model), original);
+    EXPECT_EQ(ReadFile(model), original);
 }
 
 TEST(DocumentSave, LeavesNewTextThatReadsBackOtherwiseBesideTheUntouchedFile) {
-    petal_test::TempDir temp;
-    std::string model = temp.path + "/m.mdl";
+    testsupport::TempDir temp;
+    std::string model = temp.path() + "/m.mdl";
     std::string original = ModelText({});
     ASSERT_EQ(SaveFileAtomically(model, original), "");
     Document doc;
@@ -246,8 +247,8 @@ TEST(DocumentSave, LeavesNewTextThatReadsBackOtherwiseBesideTheUntouchedFile) {
                               "with another uid); " +
                               model + " is left as it was, and the new text is in " + model +
                               ".rejected");
-    EXPECT_EQ(ReadBytes(model), original);
-    EXPECT_NE(ReadBytes(model + ".rejected").find("uid        \t5)"), std::string::npos);
+    EXPECT_EQ(ReadFile(model), original);
+    EXPECT_NE(ReadFile(model + ".rejected").find("uid        \t5)"), std::string::npos);
 }
 
 TEST(DocumentNewQuid, GivesQuidsNoLoadedFileUses) {
@@ -265,15 +266,15 @@ TEST(DocumentNewQuid, GivesQuidsNoLoadedFileUses) {
 }
 
 TEST(SaveFileAtomically, KeepsThePreviousFileAsBackupOrSaysWhyItCannot) {
-    petal_test::TempDir temp;
-    const std::string& dir = temp.path;
+    testsupport::TempDir temp;
+    const std::string& dir = temp.path();
     std::string path = dir + "/model.mdl";
     ASSERT_EQ(SaveFileAtomically(path, "first"), "");
     EXPECT_EQ(FilesIn(dir), std::set<std::string>{"model.mdl"});
     ASSERT_EQ(SaveFileAtomically(path, "second"), "");
     ASSERT_EQ(SaveFileAtomically(path, "third"), "");
-    EXPECT_EQ(ReadBytes(path), "third");
-    EXPECT_EQ(ReadBytes(path + ".bak"), "second");
+    EXPECT_EQ(ReadFile(path), "third");
+    EXPECT_EQ(ReadFile(path + ".bak"), "second");
     EXPECT_EQ(FilesIn(dir), (std::set<std::string>{"model.mdl", "model.mdl.bak"}));
 
     std::string error = SaveFileAtomically("/nonexistent-petal-dir/model.mdl", "x");

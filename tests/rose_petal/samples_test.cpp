@@ -3,14 +3,15 @@
 
 #include "hosts/rose/petal/petal.h"
 #include "test_util.h"
+#include "tests/support/support.h"
 
 namespace {
 
 using namespace petal;
 using petal_test::CountKind;
 using petal_test::FindNamed;
-using petal_test::ReadBytes;
-using petal_test::SamplesDir;
+using testsupport::ReadFile;
+using testsupport::SamplesDir;
 
 TEST(WriteDocument, ReadsEverySampleAndGivesItBackByteForByte) {
     if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
@@ -30,7 +31,7 @@ TEST(WriteDocument, ReadsEverySampleAndGivesItBackByteForByte) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
-        std::string bytes = ReadBytes(SamplesDir() + "/" + c.file);
+        std::string bytes = ReadFile(SamplesDir() + "/" + c.file);
         File file;
         ParseResult r = ParseDocument(bytes, file);
         ASSERT_TRUE(r) << r.line << ":" << r.column << ": " << r.message;
@@ -55,7 +56,7 @@ TEST(WriteDocument, ReadsEverySampleAndGivesItBackByteForByte) {
 
 TEST(WriteDocument, ChangesOnlyTheEditedLinesOfASample) {
     if (SamplesDir().empty()) GTEST_SKIP() << "no sample folder";
-    std::string bytes = ReadBytes(SamplesDir() + "/mdl/library.mdl");
+    std::string bytes = ReadFile(SamplesDir() + "/mdl/library.mdl");
     File file;
     ASSERT_TRUE(ParseDocument(bytes, file));
     Object* book = FindNamed(file.root, "Class", "Book");

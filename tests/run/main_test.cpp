@@ -13,6 +13,7 @@
 #include "platform/platform.h"
 #include "platform/registry.h"
 #include "run/run.h"
+#include "tests/support/support.h"
 #include "window/window.h"
 
 namespace {
@@ -70,20 +71,12 @@ TEST(GetInstallDirectory, IsTheRunningProgramsDirectoryWithoutOneTrailingSeparat
     EXPECT_EQ(run::GetInstallDirectory(), fs::read_symlink("/proc/self/exe").parent_path());
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadFile;
 
 // Records what `Main` asks of the windows and the platform, answers the install prompt with
 // `answer`, and puts the program in a fresh directory with its own registry file.
 struct Scripted {
     explicit Scripted(platform::Answer answer) {
-        char pattern[] = "/tmp/corvansil-run-XXXXXX";
-        dir = mkdtemp(pattern);
-        registry = dir + "/registry.reg";
         setenv("CORVANSIL_REGISTRY", registry.c_str(), 1);
         savedExecutableDirectory = platform::ExecutableDirectoryOp();
         platform::ExecutableDirectoryOp() = [this] { return dir + "/"; };
@@ -121,7 +114,6 @@ struct Scripted {
         platform::ResetUi();
         platform::ResetFiles();
         platform::ExecutableDirectoryOp() = savedExecutableDirectory;
-        fs::remove_all(dir);
     }
     void Run(const std::string& line) {
         try {
@@ -129,8 +121,9 @@ struct Scripted {
         } catch (const platform::ProcessEnded&) {
         }
     }
-    std::string dir;
-    std::string registry;
+    testsupport::TempDir temp{"corvansil-run"};
+    std::string dir = temp.path();
+    std::string registry = dir + "/registry.reg";
     std::vector<std::string> events;
     std::function<std::string()> savedExecutableDirectory;
 };

@@ -8,11 +8,12 @@
 
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/store/store.h"
+#include "tests/support/support.h"
 
 namespace tavro_test {
 
-inline constexpr const char* kDeveloper = "dev";
-inline constexpr const char* kDeveloperPassword = "dev-secret";
+inline constexpr const char* kDeveloper = testsupport::kTestUser;
+inline constexpr const char* kDeveloperPassword = testsupport::kTestPassword;
 inline constexpr const char* kViewer = "viewer";
 inline constexpr const char* kViewerPassword = "viewer-secret";
 
@@ -21,24 +22,18 @@ inline constexpr const char* kViewerPassword = "viewer-secret";
 class DataDir {
   public:
     DataDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "tavro-test-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
         tavro::InitStore(path_, kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
         auto store = tavro::OpenStore(path_);
         tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false,
                        tavro::HashCost::Minimal);
-    }
-    ~DataDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
     }
     DataDir(const DataDir&) = delete;
     DataDir& operator=(const DataDir&) = delete;
     const std::string& path() const { return path_; }
 
   private:
-    std::string path_;
+    testsupport::TempDir temp_{"tavro-test"};
+    std::string path_ = temp_.path();
 };
 
 // The session object of a user of the namespace USER.
