@@ -7,6 +7,7 @@
 
 #include "hosts/rose/model/model.h"
 #include "install/vocabulary.h"
+#include "tests/support/defaults.h"
 
 namespace roundtrip {
 
@@ -16,20 +17,9 @@ static std::string ClassName(int i) {
     return name;
 }
 
-// The defaults the installed add-in's property file declares, as the modelling tool loads them.
-static void DeclareDefaults(rosehost::Model& model) {
-    for (const install::PropertySet& set : install::kPropertySets) {
-        rosehost::PropertySet declared{set.tool, set.name, {}};
-        for (const install::PropertyDef& property : set.properties) {
-            declared.entries.emplace_back(property.name, property.defaultValue);
-        }
-        rosehost::AddPropertySet(model, std::move(declared));
-    }
-}
-
 std::shared_ptr<rosehost::Model> EmptyModel() {
     auto model = rosehost::NewModel("Target");
-    DeclareDefaults(*model);
+    testsupport::DeclareInstalledDefaults(*model);
     model->currentDiagram = rosehost::CreateClassDiagram(*model, *model->top, "Main");
     return model;
 }
@@ -39,7 +29,7 @@ std::shared_ptr<rosehost::Model> EmptyModel() {
 // owner of associations to the next classes round the ring.
 std::shared_ptr<rosehost::Model> GeneratedModel(const Shape& shape) {
     auto model = rosehost::NewModel("Shop");
-    DeclareDefaults(*model);
+    testsupport::DeclareInstalledDefaults(*model);
     auto shop = rosehost::CreateCategory(*model, model->top, "Shop");
     std::vector<std::shared_ptr<rosehost::Class>> classes;
     for (int c = 0; c < shape.classes; ++c) {

@@ -13,6 +13,7 @@
 #include "platform/platform.h"
 #include "platform/tavro_factory.h"
 #include "server/server.h"
+#include "tests/support/defaults.h"
 #include "tests/support/support.h"
 
 namespace cli_test {
@@ -21,17 +22,6 @@ namespace {
 
 constexpr const char* kUser = testsupport::kTestUser;
 constexpr const char* kPassword = testsupport::kTestPassword;
-
-// The defaults an installed add-in declares, as the modelling tool loads them.
-void DeclareDefaults(rosehost::Model& model) {
-    for (const install::PropertySet& set : install::kPropertySets) {
-        rosehost::PropertySet declared{set.tool, set.name, {}};
-        for (const install::PropertyDef& property : set.properties) {
-            declared.entries.emplace_back(property.name, property.defaultValue);
-        }
-        rosehost::AddPropertySet(model, std::move(declared));
-    }
-}
 
 void ForgetConnections() {
     server::ServerFactory = nullptr;
@@ -88,14 +78,14 @@ bool CliWorld::ServeFile(const std::string& path, bool withDefaults) {
     petal::Document document;
     if (!document.Load(path).ok) return false;
     model = rosehost::LoadModel(document);
-    if (withDefaults) DeclareDefaults(*model);
+    if (withDefaults) testsupport::DeclareInstalledDefaults(*model);
     rosehost::SetModel(*host, model);
     return true;
 }
 
 void CliWorld::ServeEmptyModel() {
     model = rosehost::NewModel("");
-    DeclareDefaults(*model);
+    testsupport::DeclareInstalledDefaults(*model);
     // A second modelling tool, as a second rose-host would be.
     host = rosehost::NewHost(model);
 }

@@ -8,6 +8,7 @@
 #include "install/vocabulary.h"
 #include "model/rose.h"
 #include "server/server.h"
+#include "tests/support/defaults.h"
 #include "tests/support/support.h"
 
 namespace export_test {
@@ -18,17 +19,6 @@ constexpr const char* kNamespace = "USER";
 constexpr const char* kDeveloper = testsupport::kTestUser;
 constexpr const char* kViewer = "viewer";
 constexpr const char* kPassword = testsupport::kTestPassword;
-
-// The defaults an installed add-in declares, as the modelling tool loads them.
-void DeclareDefaults(rosehost::Model& model) {
-    for (const install::PropertySet& set : install::kPropertySets) {
-        rosehost::PropertySet declared{set.tool, set.name, {}};
-        for (const install::PropertyDef& property : set.properties) {
-            declared.entries.emplace_back(property.name, property.defaultValue);
-        }
-        rosehost::AddPropertySet(model, std::move(declared));
-    }
-}
 
 // The client factory as the add-in uses it once connected: object operations forwarded to the
 // server session.
@@ -97,7 +87,7 @@ ExportWorld::ExportWorld(const char* user) {
     server::ServerClassTypes.Clear();
 
     model = rosehost::NewModel("Shop");
-    DeclareDefaults(*model);
+    testsupport::DeclareInstalledDefaults(*model);
     host = rosehost::NewHost(model);
     rose::RoseApp = rosehost::ApplicationObject(host);
 
@@ -123,7 +113,7 @@ ExportWorld::~ExportWorld() {
 
 void ExportWorld::UseModel(std::shared_ptr<rosehost::Model> other) {
     model = std::move(other);
-    DeclareDefaults(*model);
+    testsupport::DeclareInstalledDefaults(*model);
     rosehost::SetModel(*host, model);
 }
 

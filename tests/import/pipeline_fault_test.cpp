@@ -13,6 +13,7 @@
 #include "import/import.h"
 #include "install/vocabulary.h"
 #include "tests/import/import_harness.h"
+#include "tests/support/defaults.h"
 
 namespace {
 
@@ -142,13 +143,7 @@ std::string DefinitionText(tavro::Store& store, const std::string& name) {
 ExportOutcome RunExport(int failAt, bool sendAhead, bool serverFails,
                         const std::string& failMember = "", bool readAhead = true) {
     Harness h;
-    for (const install::PropertySet& set : install::kPropertySets) {
-        rosehost::PropertySet declared{set.tool, set.name, {}};
-        for (const install::PropertyDef& property : set.properties) {
-            declared.entries.emplace_back(property.name, property.defaultValue);
-        }
-        rosehost::AddPropertySet(h.model(), std::move(declared));
-    }
+    testsupport::DeclareInstalledDefaults(h.model());
     rosehost::Model& model = h.model();
     auto a = h.MakeModelClass("Logical View::Shop::A");
     auto b = h.MakeModelClass("Logical View::Shop::B");

@@ -9,6 +9,7 @@
 #include "platform/objects.h"
 #include "server/server.h"
 #include "tests/server/server_test_util.h"
+#include "tests/support/support.h"
 
 namespace {
 
@@ -136,38 +137,6 @@ TEST(SaveClassXml, WritesOneMemberLinePerExportedMember) {
     }
 }
 
-// A class as the server keeps it: two properties, two methods, and the parts that the model
-// never shows.
-constexpr const char* kOrderXml = R"(<?xml version="1.0" encoding="UTF-8"?>
-<Class name="Shop.Order">
-  <Description>Orders</Description>
-  <super>%Persistent</super>
-  <Property name="Total">
-    <Type>%Integer</Type>
-    <Parameter name="MAXVAL">100</Parameter>
-  </Property>
-  <Property name="Obsolete">
-    <Type>%String</Type>
-  </Property>
-  <Method name="Recalc">
-    <Implementation>  quit ..Total * 2</Implementation>
-  </Method>
-  <Method name="Old"/>
-  <Index name="ByTotal">
-    <Properties>Total</Properties>
-  </Index>
-  <Query name="Big">
-    <SqlQuery>SELECT ID FROM Shop.Order WHERE Total &gt; 50</SqlQuery>
-  </Query>
-  <ClassParameter name="VERSION">
-    <Default>3</Default>
-  </ClassParameter>
-  <Storage name="Default">
-    <DataLocation>^Shop.OrderD</DataLocation>
-  </Storage>
-</Class>
-)";
-
 // The definition an XML text holds, rendered without the times the server stamps on a save,
 // so that two texts compare by content.
 std::string Untimed(const std::string& xml) {
@@ -200,9 +169,9 @@ TEST(SaveClassXml, KeepsHiddenPartsAndDropsMembersTheModelNoLongerHas) {
     ConnectAs(data, server_test::kDeveloper, server_test::kDeveloperPassword);
 
     // The first save names every member, so the server keeps the class whole.
-    server::SaveClassXml(kOrderXml, server_test::RoseClassObject(*order));
+    server::SaveClassXml(testsupport::kOrderClassXml, server_test::RoseClassObject(*order));
     std::string xml = server::LoadClassXml("Shop.Order");
-    EXPECT_EQ(Untimed(xml), Untimed(kOrderXml));
+    EXPECT_EQ(Untimed(xml), Untimed(testsupport::kOrderClassXml));
 
     // The model drops a property and a method and gains an unnamed operation.
     rosehost::DeleteAttribute(*order, *obsolete);
@@ -211,7 +180,7 @@ TEST(SaveClassXml, KeepsHiddenPartsAndDropsMembersTheModelNoLongerHas) {
     server::SaveClassXml(xml, server_test::RoseClassObject(*order));
     EXPECT_TRUE(ui->boxes.empty());
     // What the server keeps is the class without Obsolete and Old, the rest untouched.
-    tavro::ClassDef edited = tavro::ParseClassXml(kOrderXml).def;
+    tavro::ClassDef edited = tavro::ParseClassXml(testsupport::kOrderClassXml).def;
     edited.properties.erase(edited.properties.begin() + 1);
     edited.methods.erase(edited.methods.begin() + 1);
     EXPECT_EQ(Untimed(server::LoadClassXml("Shop.Order")), tavro::RenderClassXml(edited));
@@ -229,7 +198,7 @@ TEST(SaveClassXml, StoresAMovedClassUnderItsNewName) {
     server_test::AttachRose(model);
     ConnectAs(data, server_test::kDeveloper, server_test::kDeveloperPassword);
 
-    server::SaveClassXml(kOrderXml, server_test::RoseClassObject(*order));
+    server::SaveClassXml(testsupport::kOrderClassXml, server_test::RoseClassObject(*order));
     EXPECT_TRUE(ui->boxes.empty());
     EXPECT_TRUE(server::ClassDefinitionExists("Sales.Order"));
     EXPECT_FALSE(server::ClassDefinitionExists("Shop.Order"));
@@ -262,7 +231,8 @@ TEST(SaveClassXml, ShowsTheServerErrorAndReturns) {
     const Case cases[] = {
         {"malformed XML", server_test::kDeveloper, server_test::kDeveloperPassword,
          "<Class name=\"Shop.Order\">"},
-        {"user without Development", server_test::kViewer, server_test::kViewerPassword, kOrderXml},
+        {"user without Development", server_test::kViewer, server_test::kViewerPassword,
+         testsupport::kOrderClassXml},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -297,7 +267,7 @@ TEST(SaveClassXml, WithoutConnectionShowsTheMissingObject) {
     auto model = rosehost::NewModel("shop");
     auto order = rosehost::CreateClass(*model, model->top, "Order");
     server_test::AttachRose(model);
-    server::SaveClassXml(kOrderXml, server_test::RoseClassObject(*order));
+    server::SaveClassXml(testsupport::kOrderClassXml, server_test::RoseClassObject(*order));
     EXPECT_EQ(ui->Texts(),
               std::vector<std::string>{"Object variable or With block variable not set"});
 }

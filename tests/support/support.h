@@ -43,4 +43,36 @@ void CopyTree(const std::string& from, const std::string& to);
 // none: tests that need it skip.
 std::string SamplesDir();
 
+// A class as the server keeps it: two properties, two methods, and the parts that the model
+// never shows (an index, a query, a class parameter, storage).
+inline constexpr const char* kOrderClassXml = R"(<?xml version="1.0" encoding="UTF-8"?>
+<Class name="Shop.Order">
+  <Description>Orders</Description>
+  <super>%Persistent</super>
+  <Property name="Total">
+    <Type>%Integer</Type>
+    <Parameter name="MAXVAL">100</Parameter>
+  </Property>
+  <Property name="Obsolete">
+    <Type>%String</Type>
+  </Property>
+  <Method name="Recalc">
+    <Implementation>  quit ..Total * 2</Implementation>
+  </Method>
+  <Method name="Old"/>
+  <Index name="ByTotal">
+    <Properties>Total</Properties>
+  </Index>
+  <Query name="Big">
+    <SqlQuery>SELECT ID FROM Shop.Order WHERE Total &gt; 50</SqlQuery>
+  </Query>
+  <ClassParameter name="VERSION">
+    <Default>3</Default>
+  </ClassParameter>
+  <Storage name="Default">
+    <DataLocation>^Shop.OrderD</DataLocation>
+  </Storage>
+</Class>
+)";
+
 }  // namespace testsupport

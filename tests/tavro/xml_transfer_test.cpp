@@ -2,6 +2,7 @@
 
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/xml/class_xml.h"
+#include "tests/support/support.h"
 #include "tests/tavro/tavro_test_util.h"
 
 namespace {
@@ -13,38 +14,6 @@ using automation::PutByName;
 using tavro_test::Connect;
 using tavro_test::DataDir;
 using tavro_test::ErrorOf;
-
-// A class as an import keeps it: two properties and two methods, and the parts the model
-// never shows.
-constexpr const char* kOrderXml = R"(<?xml version="1.0" encoding="UTF-8"?>
-<Class name="Shop.Order">
-  <Description>Orders</Description>
-  <super>%Persistent</super>
-  <Property name="Total">
-    <Type>%Integer</Type>
-    <Parameter name="MAXVAL">100</Parameter>
-  </Property>
-  <Property name="Obsolete">
-    <Type>%String</Type>
-  </Property>
-  <Method name="Recalc">
-    <Implementation>  quit ..Total * 2</Implementation>
-  </Method>
-  <Method name="Old"/>
-  <Index name="ByTotal">
-    <Properties>Total</Properties>
-  </Index>
-  <Query name="Big">
-    <SqlQuery>SELECT ID FROM Shop.Order WHERE Total &gt; 50</SqlQuery>
-  </Query>
-  <ClassParameter name="VERSION">
-    <Default>3</Default>
-  </ClassParameter>
-  <Storage name="Default">
-    <DataLocation>^Shop.OrderD</DataLocation>
-  </Storage>
-</Class>
-)";
 
 ObjectRef NewUtility(const ObjectRef& factory) {
     return tavro_test::NewObject(factory, "%Dictionary.CorvansilUtility");
@@ -80,7 +49,8 @@ std::vector<std::string> NamesOf(const std::vector<tavro::Item>& items) {
 TEST(SaveFromXmlStream, KeepsHiddenPartsAndOnlyTheListedMembers) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    SaveXml(factory, kOrderXml, "Sales.Order", {"a:Total", "m:Recalc", "a:Missing"});
+    SaveXml(factory, testsupport::kOrderClassXml, "Sales.Order",
+            {"a:Total", "m:Recalc", "a:Missing"});
 
     tavro::ClassDef def = LoadXml(factory, "Sales.Order");
     EXPECT_EQ(def.name, "Sales.Order");
@@ -95,7 +65,7 @@ TEST(SaveFromXmlStream, KeepsHiddenPartsAndOnlyTheListedMembers) {
     EXPECT_EQ(def.others[3].values["DataLocation"], "^Shop.OrderD");
 
     // An empty member list drops every member.
-    SaveXml(factory, kOrderXml, "Shop.Order", {});
+    SaveXml(factory, testsupport::kOrderClassXml, "Shop.Order", {});
     def = LoadXml(factory, "Shop.Order");
     EXPECT_TRUE(def.properties.empty());
     EXPECT_TRUE(def.methods.empty());
@@ -106,7 +76,7 @@ TEST(SaveFromXmlStream, KeepsHiddenPartsAndOnlyTheListedMembers) {
 TEST(SysSave, KeepsWhatTheModelCannotShow) {
     DataDir dir;
     ObjectRef factory = Connect(dir);
-    SaveXml(factory, kOrderXml, "Shop.Order", {"a:Total", "a:Date", "m:Recalc"});
+    SaveXml(factory, testsupport::kOrderClassXml, "Shop.Order", {"a:Total", "a:Date", "m:Recalc"});
     ObjectRef def = tavro_test::ClassDefinition(factory, "Shop.Order", "OpenObjectById");
     PutByName(def, "Description", "Orders, edited");
     ObjectRef date =
@@ -141,11 +111,11 @@ TEST(SaveFromXmlStream, RefusesBadInputAndStoresNothing) {
          "cannot store the class XML: unknown element <Colour> in <Class> (at offset 26)"},
         {"bad name in the XML", "<Class name=\"Shop Order\"/>", "",
          "cannot store the class XML: bad class name 'Shop Order' (at offset 1)"},
-        {"bad new name", kOrderXml, "Shop.Or der",
+        {"bad new name", testsupport::kOrderClassXml, "Shop.Or der",
          "cannot store the class XML: bad class name 'Shop.Or der'"},
-        {"server class", kOrderXml, "%Library.Order",
+        {"server class", testsupport::kOrderClassXml, "%Library.Order",
          "class %Library.Order belongs to the server and cannot be changed"},
-        {"user without Development", kOrderXml, "Shop.Order",
+        {"user without Development", testsupport::kOrderClassXml, "Shop.Order",
          "access denied: user viewer lacks the 'Development' permission", true},
     };
     for (const Case& c : cases) {
