@@ -27,7 +27,6 @@ int ConnectSocket(const Address& address, std::chrono::milliseconds timeout, std
 
 // Lets a TCP socket send small frames at once instead of waiting to fill a segment.
 void SetNoDelay(int fd);
-bool SetNonBlocking(int fd);
 
 // One step of a busy wait. The pause hint gives a sibling hardware thread the core's
 // resources; the yield gives the processor itself to any thread waiting for it, which on a

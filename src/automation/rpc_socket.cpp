@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -56,11 +55,6 @@ bool ParseAddress(const std::string& text, Address& out, std::string& error) {
     }
     error = "malformed address \"" + text + "\": expected unix:PATH or tcp:HOST:PORT";
     return false;
-}
-
-bool SetNonBlocking(int fd) {
-    int flags = fcntl(fd, F_GETFL, 0);
-    return flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0;
 }
 
 void SetNoDelay(int fd) {

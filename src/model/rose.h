@@ -325,9 +325,6 @@ inline std::string KindName(const ObjectRef& diagram) {
 inline ObjectRef SelectedItems(const ObjectRef& diagram) {
     return detail::GetAs(diagram, ids::Diagram::SelectedItems, iid::kElementCollection);
 }
-inline ObjectRef AsClassDiagram(const ObjectRef& diagram) {
-    return automation::Cast(diagram, iid::kClassDiagram);
-}
 inline void AddClass(const ObjectRef& classDiagram, const ObjectRef& cls) {
     automation::CallNoResult(classDiagram, ids::ClassDiagram::AddClass, {cls});
 }

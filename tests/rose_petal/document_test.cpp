@@ -239,7 +239,8 @@ TEST(DocumentSave, LeavesNewTextThatReadsBackOtherwiseBesideTheUntouchedFile) {
     Object* cls = FindNamed(doc.model().root, "Class", "C");
     ASSERT_NE(cls, nullptr);
     // A float whose text has no decimals reads back as a whole number.
-    Value odd = MakeFloat(1);
+    Value odd;
+    odd.kind = ValueKind::Float;
     odd.text = "5";
     SetField(*cls, "uid", odd);
     EXPECT_EQ(doc.Save(), "nothing saved: the new text of " + model +

@@ -113,7 +113,6 @@ std::string ReadBackDifference(std::string_view bytes, const Object& header, con
 
 Value MakeString(std::string_view utf8);
 Value MakeInteger(std::int64_t number);
-Value MakeFloat(double number);  // written with six decimals, as the modelling tool does
 Value MakeBoolean(bool flag);
 Value MakeTag(int tag);
 Value MakePoint(std::int64_t x, std::int64_t y);

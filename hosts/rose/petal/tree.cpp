@@ -74,15 +74,6 @@ Value MakeInteger(std::int64_t number) {
     return v;
 }
 
-Value MakeFloat(double number) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%.6f", number);
-    Value v;
-    v.kind = ValueKind::Float;
-    v.text = buffer;
-    return v;
-}
-
 Value MakeBoolean(bool flag) {
     Value v;
     v.kind = ValueKind::Boolean;
