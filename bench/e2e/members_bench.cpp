@@ -42,7 +42,7 @@ void BM_OneClassOverSockets(benchmark::State& state) {
     roundtrip::Shape shape = OneClassOf(state);
     const int members = shape.attributes + shape.operations;
     for (auto _ : state) {
-        roundtrip::Figures f = roundtrip::RunOverSockets(shape, /*pipelinePuts=*/false);
+        roundtrip::Figures f = roundtrip::RunOverSockets(shape);
         roundtrip::Report(state, f, 1, members, "member", Key(members), /*inProcess=*/false);
     }
 }

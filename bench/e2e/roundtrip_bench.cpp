@@ -39,32 +39,19 @@ BENCHMARK(BM_RoundTripInProcess)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1);
 
-void RoundTripOverSockets(benchmark::State& state, bool pipelinePuts) {
+void BM_RoundTripOverSockets(benchmark::State& state) {
     roundtrip::Shape shape;
     shape.classes = static_cast<int>(state.range(0));
     for (auto _ : state) {
-        roundtrip::Figures f = roundtrip::RunOverSockets(shape, pipelinePuts);
+        roundtrip::Figures f = roundtrip::RunOverSockets(shape);
         roundtrip::Report(state, f, shape.classes, shape.classes, "class", Key(shape.classes),
                           /*inProcess=*/false);
     }
 }
-
-void BM_RoundTripOverSockets(benchmark::State& state) { RoundTripOverSockets(state, false); }
 BENCHMARK(BM_RoundTripOverSockets)
     ->Arg(100)
     ->Arg(1000)
     ->Arg(5000)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond)
-    ->Iterations(1);
-
-// The same with property puts sent ahead without waiting for their replies.
-void BM_RoundTripOverSocketsPipelined(benchmark::State& state) {
-    RoundTripOverSockets(state, true);
-}
-BENCHMARK(BM_RoundTripOverSocketsPipelined)
-    ->Arg(100)
-    ->Arg(1000)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1);
@@ -93,7 +80,7 @@ void BM_ExportBackOverSockets(benchmark::State& state) {
     shape.classes = static_cast<int>(state.range(0));
     shape.exportBack = true;
     for (auto _ : state) {
-        roundtrip::Figures f = roundtrip::RunOverSockets(shape, /*pipelinePuts=*/false);
+        roundtrip::Figures f = roundtrip::RunOverSockets(shape);
         roundtrip::Report(state, f, shape.classes, shape.classes, "class",
                           "back/" + Key(shape.classes), /*inProcess=*/false);
     }

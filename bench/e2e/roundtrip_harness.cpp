@@ -390,7 +390,7 @@ Figures RunInProcess(const Shape& shape) {
     return f;
 }
 
-Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
+Figures RunOverSockets(const Shape& shape) {
     std::string socket = "unix:/tmp/roundtrip-bench-" + std::to_string(getpid()) + ".sock";
     // rose-host: the generated model, and its class names and keys for the add-in.
     int roseOut = -1;
@@ -423,7 +423,6 @@ Figures RunOverSockets(const Shape& shape, bool pipelinePuts) {
 
     int addinOut = -1;
     pid_t addin = Spawn(addinOut, [&](int out) {
-        automation::rpc::SetPipelinePuts(pipelinePuts);
         AnswerConnection(tavroAddress.substr(4));
         automation::rpc::ClientOptions options;
         options.spin = Spin(options.spin);

@@ -53,12 +53,11 @@ struct Figures {
 Figures RunInProcess(const Shape& shape);
 
 // The same with rose-host's and tavro-host's objects each in a child process of its own,
-// reached over a Unix socket and TCP, and the add-in in a third. With `pipelinePuts` the
-// add-in sends property puts without waiting for their replies. When the environment names a
+// reached over a Unix socket and TCP, and the add-in in a third. When the environment names a
 // running tavro-host in ROUNDTRIP_TAVRO ("tcp:127.0.0.1:PORT", a fresh data directory with
 // the user "dev" and the password "dev-secret"), that one is used instead of a child, so that
 // its system calls can be counted from outside.
-Figures RunOverSockets(const Shape& shape, bool pipelinePuts);
+Figures RunOverSockets(const Shape& shape);
 
 // Sets the iteration time and the counters; `perUnit` divides the per-class counters (the
 // number of classes, or of members for one large class). Remembers the in-process time under

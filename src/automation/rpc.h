@@ -44,7 +44,7 @@ struct ClientOptions {
     // that fails stops every call sent after it on the server, unrun, and its error is raised
     // by the next call that waits, or by Sync: a caller that traps errors calls Sync before
     // it stops trapping, so that what the model and the server end up holding is what one
-    // call at a time would leave. Also turned on by SetPipelinePuts.
+    // call at a time would leave.
     bool pipelinePuts = false;
     // False: every call waits for its reply, Pipeline scopes and pipelinePuts notwithstanding
     // (for comparing a run sent ahead with one that is not).
@@ -57,9 +57,6 @@ struct ClientOptions {
     // which of them went away.
     std::string peer = "the server";
 };
-
-// Makes every connection opened from now on pipeline its property puts.
-void SetPipelinePuts(bool on);
 
 // Waits for the replies of every call sent ahead on `object`'s connection and raises the
 // first error among them. Does nothing for an object of this process.

@@ -19,8 +19,6 @@ namespace {
 
 using detail::Clock;
 
-std::atomic<bool> gPipelinePuts{false};
-
 // Kinds of object a server may introduce on one connection.
 constexpr std::uint32_t kMaxKinds = 4096;
 
@@ -852,8 +850,6 @@ bool Connection::Implements(std::uint32_t handle, std::string_view iid) {
 
 }  // namespace
 
-void SetPipelinePuts(bool on) { gPipelinePuts.store(on); }
-
 void Sync(const ObjectRef& object) {
     auto* proxy = dynamic_cast<const Proxy*>(object.get());
     if (proxy != nullptr) proxy->Link()->Sync();
@@ -870,9 +866,7 @@ ObjectRef Connect(const std::string& address, const ClientOptions& options) {
         }
         throw AutomationError(options.peer + " does not answer at " + address + ": " + error);
     }
-    ClientOptions chosen = options;
-    chosen.pipelinePuts = chosen.pipelinePuts || gPipelinePuts.load();
-    auto connection = std::make_shared<Connection>(fd, chosen);
+    auto connection = std::make_shared<Connection>(fd, options);
     return connection->Hello();
 }
 
