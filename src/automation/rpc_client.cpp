@@ -76,6 +76,7 @@ class Connection : public std::enable_shared_from_this<Connection>, public detai
     void ReadMore(Clock::time_point deadline);
     void AppendReleases(std::string& frame);
     [[noreturn]] void Break(std::string reason);
+    [[noreturn]] void BreakClosed();
     WireValue ToWire(const Variant& v) const;
     Variant FromWire(const WireValue& v);
     ObjectRef ProxyFor(std::uint32_t handle, KindIids iids);
@@ -220,6 +221,27 @@ Connection::~Connection() {
     close(fd_);
 }
 
+// The server may have said why before it closed (it refused the connection): what it sent
+// is still there to read, even when our request could no longer be sent.
+void Connection::BreakClosed() {
+    char buf[4096];
+    for (;;) {
+        ssize_t n = recv(fd_, buf, sizeof buf, MSG_DONTWAIT);
+        if (n <= 0) break;
+        in_.append(buf, static_cast<std::size_t>(n));
+    }
+    for (;;) {
+        Message message;
+        FrameResult result = DecodeFrame(in_, message, options_.maxFrameSize);
+        if (!result) break;
+        in_.erase(0, result.size);
+        if (message.type == MessageType::Error && message.requestId == 0) {
+            Break(options_.peer + " closed the connection: " + message.text);
+        }
+    }
+    Break(options_.peer + " closed the connection");
+}
+
 void Connection::Break(std::string reason) {
     broken_ = std::move(reason);
     // Calls sent ahead get no answer now; the error raised here is theirs.
@@ -328,7 +350,7 @@ void Connection::Send(const std::string& frame) {
             continue;
         }
         if (errno == EINTR) continue;
-        if (errno == ECONNRESET || errno == EPIPE) Break(options_.peer + " closed the connection");
+        if (errno == ECONNRESET || errno == EPIPE) BreakClosed();
         if (errno != EAGAIN && errno != EWOULDBLOCK) {
             Break("the connection to " + options_.peer + " was lost: " + detail::ErrnoText());
         }
