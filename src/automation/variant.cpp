@@ -5,21 +5,12 @@
 #include <limits>
 
 #include "automation/automation.h"
+#include "strings/strings.h"
 
 namespace automation {
 namespace {
 
 [[noreturn]] void ThrowTypeMismatch() { throw AutomationError(std::string(kErrTypeMismatch)); }
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        unsigned char x = static_cast<unsigned char>(a[i]);
-        unsigned char y = static_cast<unsigned char>(b[i]);
-        if (std::tolower(x) != std::tolower(y)) return false;
-    }
-    return true;
-}
 
 std::string_view Trim(std::string_view s) {
     while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
@@ -128,8 +119,8 @@ bool Variant::ToBool() const {
             return std::get<std::int32_t>(value_) != 0;
         case VariantType::String: {
             std::string_view s = Trim(std::get<std::string>(value_));
-            if (EqualsNoCase(s, "True")) return true;
-            if (EqualsNoCase(s, "False")) return false;
+            if (strings::EqualNoCase(s, "True")) return true;
+            if (strings::EqualNoCase(s, "False")) return false;
             if (IsDecimalNumber(s)) return !IsZeroNumber(s);
             ThrowTypeMismatch();
         }

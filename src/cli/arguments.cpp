@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "cli/cli.h"
+#include "strings/strings.h"
 
 namespace cli {
 
@@ -41,25 +42,16 @@ constexpr const char* kExitHelp =
     "are named with the command that restores each, the report is written, and the status\n"
     "is 1. A second Ctrl-C ends the program at once.\n";
 
-bool EqualNoCase(const std::string& a, const char* b) {
-    std::string_view other(b);
-    return a.size() == other.size() &&
-           std::equal(a.begin(), a.end(), other.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
 // Command words are taken in any letter case, as the add-in's own command line takes them.
 const CommandInfo* FindCommand(const std::string& word) {
     for (const CommandInfo& info : kCommands) {
-        if (EqualNoCase(word, info.word)) return &info;
+        if (strings::EqualNoCase(word, info.word)) return &info;
     }
     return nullptr;
 }
 
 bool IsHelpWord(const std::string& arg) {
-    return arg == "--help" || arg == "-h" || EqualNoCase(arg, "help");
+    return arg == "--help" || arg == "-h" || strings::EqualNoCase(arg, "help");
 }
 
 bool TakesClasses(Command command) {

@@ -7,6 +7,7 @@
 #include "export/export.h"
 #include "model/rose.h"
 #include "naming/naming.h"
+#include "strings/strings.h"
 
 namespace cli {
 
@@ -16,13 +17,6 @@ namespace d = server::members::definition;
 
 std::string Text(const automation::ObjectRef& obj, const char* member) {
     return automation::GetByName(obj, member).ToString();
-}
-
-bool EqualNoCase(const std::string& a, const std::string& b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
 }
 
 // Roles are named after the other class's end, as the export names its properties; a class
@@ -90,7 +84,7 @@ std::vector<Member> ServerMembers(const automation::ObjectRef& classDef) {
 
 const Member* FindMember(const std::vector<Member>& members, const std::string& name) {
     for (const Member& member : members) {
-        if (EqualNoCase(member.name, name)) return &member;
+        if (strings::EqualNoCase(member.name, name)) return &member;
     }
     return nullptr;
 }
@@ -100,7 +94,7 @@ bool SameType(const std::string& a, const std::string& b, const std::string& pac
     auto full = [&package](const std::string& type) {
         return naming::QualifyClassName(naming::QualifyInPackage(type, package));
     };
-    return EqualNoCase(full(a), full(b));
+    return strings::EqualNoCase(full(a), full(b));
 }
 
 void CloseDefinition(const automation::ObjectRef& classDef) {

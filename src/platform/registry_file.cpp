@@ -11,6 +11,7 @@
 
 #include "platform/files.h"
 #include "platform/registry_internal.h"
+#include "strings/strings.h"
 
 namespace platform::regfile {
 namespace {
@@ -29,24 +30,13 @@ std::vector<std::string> SplitPath(const std::string& path) {
     }
 }
 
-int CompareNoCase(const std::string& a, const std::string& b) {
-    auto n = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < n; ++i) {
-        int ca = std::toupper(static_cast<unsigned char>(a[i]));
-        int cb = std::toupper(static_cast<unsigned char>(b[i]));
-        if (ca != cb) return ca < cb ? -1 : 1;
-    }
-    if (a.size() == b.size()) return 0;
-    return a.size() < b.size() ? -1 : 1;
-}
-
 // Parents before children, siblings by name: the order in which regedit exports a tree.
 bool TreeOrder(const Key& a, const Key& b) {
     auto pa = SplitPath(a.path);
     auto pb = SplitPath(b.path);
     auto n = std::min(pa.size(), pb.size());
     for (std::size_t i = 0; i < n; ++i) {
-        int c = CompareNoCase(pa[i], pb[i]);
+        int c = strings::CompareNoCase(pa[i], pb[i]);
         if (c != 0) return c < 0;
     }
     return pa.size() < pb.size();
@@ -110,7 +100,9 @@ ParseResult Failure(int line, std::string message) { return ParseResult{false, l
 
 }  // namespace
 
-bool SamePath(const std::string& a, const std::string& b) { return CompareNoCase(a, b) == 0; }
+bool SamePath(const std::string& a, const std::string& b) {
+    return strings::CompareNoCase(a, b) == 0;
+}
 
 std::string EncodeString(const std::string& text) { return EncodeQuoted(text); }
 

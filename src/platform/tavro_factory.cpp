@@ -6,6 +6,7 @@
 
 #include "automation/rpc.h"
 #include "platform/objects.h"
+#include "strings/strings.h"
 
 namespace platform {
 namespace {
@@ -49,21 +50,9 @@ TavroOps DefaultOps() {
     return TavroOps{[](const std::string&) { return ConnectionFromEnvironment(); }, ConnectOverRpc};
 }
 
-// Member names are compared without regard to letter case, as the server compares them.
-bool SameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i]))) {
-            return false;
-        }
-    }
-    return true;
-}
-
 bool IsForwarded(std::string_view name) {
     for (std::string_view forwarded : kForwarded) {
-        if (SameName(name, forwarded)) return true;
+        if (strings::EqualNoCase(name, forwarded)) return true;
     }
     return false;
 }
@@ -83,10 +72,10 @@ class TavroFactory : public automation::Object {
     }
 
     Variant InvokeByName(std::string_view name, CallKind, const Args& args) override {
-        if (SameName(name, kPromptConnection)) return PromptConnection(args);
-        if (SameName(name, kOpenConnection)) return OpenConnection(args);
-        if (SameName(name, kConnectionIsOpen)) return ConnectionIsOpen();
-        if (SameName(name, kCloseConnection)) {
+        if (strings::EqualNoCase(name, kPromptConnection)) return PromptConnection(args);
+        if (strings::EqualNoCase(name, kOpenConnection)) return OpenConnection(args);
+        if (strings::EqualNoCase(name, kConnectionIsOpen)) return ConnectionIsOpen();
+        if (strings::EqualNoCase(name, kCloseConnection)) {
             Close();
             return true;
         }
@@ -235,7 +224,7 @@ void InstallTavroFactory() {
     ObjectOps& ops = Objects();
     auto earlier = ops.createObject;
     ops.createObject = [earlier](const std::string& progId) -> ObjectRef {
-        if (SameName(progId, kTavroFactoryProgId)) return NewTavroFactory();
+        if (strings::EqualNoCase(progId, kTavroFactoryProgId)) return NewTavroFactory();
         return earlier(progId);
     };
 }

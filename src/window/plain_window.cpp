@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "platform/platform.h"
+#include "strings/strings.h"
 
 namespace window {
 
@@ -12,14 +13,6 @@ TransferWindow* frmImportExport = nullptr;
 
 namespace {
 
-// Letter case is ignored, the way the window's sorted lists order their entries.
-bool LessNoCase(const std::string& a, const std::string& b) {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) <
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
-
 class PlainList : public ClassList {
   public:
     explicit PlainList(bool sorted) : sorted_(sorted) {}
@@ -27,9 +20,10 @@ class PlainList : public ClassList {
     std::int16_t AddItem(const std::string& text) override {
         auto pos = items_.end();
         if (sorted_) {
-            pos = std::upper_bound(
-                items_.begin(), items_.end(), text,
-                [](const std::string& t, const Item& item) { return LessNoCase(t, item.text); });
+            pos = std::upper_bound(items_.begin(), items_.end(), text,
+                                   [](const std::string& t, const Item& item) {
+                                       return strings::LessNoCase(t, item.text);
+                                   });
         }
         pos = items_.insert(pos, Item{text, false});
         return static_cast<std::int16_t>(pos - items_.begin());

@@ -7,6 +7,7 @@
 
 #include "hosts/rose/host/host_internal.h"
 #include "platform/registry.h"
+#include "strings/strings.h"
 
 namespace rosehost {
 namespace binding {
@@ -15,13 +16,6 @@ namespace {
 constexpr std::string_view kDefaultSetPrefix = "default__";
 
 bool IsDefaultSetName(std::string_view name) { return name.starts_with(kDefaultSetPrefix); }
-
-bool SameTextIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
 
 bool ParseInteger(const std::string& text, long long& number) {
     const char* end = text.data() + text.size();
@@ -139,8 +133,8 @@ petal::Value ValueFor(const std::string& text, const petal::Value* previous,
     long long number = 0;
     switch (previous->kind) {
         case petal::ValueKind::Boolean:
-            if (SameTextIgnoringCase(text, "TRUE")) return petal::MakeBoolean(true);
-            if (SameTextIgnoringCase(text, "FALSE")) return petal::MakeBoolean(false);
+            if (strings::EqualNoCase(text, "TRUE")) return petal::MakeBoolean(true);
+            if (strings::EqualNoCase(text, "FALSE")) return petal::MakeBoolean(false);
             break;
         case petal::ValueKind::Integer:
             if (ParseInteger(text, number)) return petal::MakeInteger(number);

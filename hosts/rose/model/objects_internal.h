@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "objects.h"
+#include "strings/strings.h"
 
 namespace rosehost {
 
@@ -89,17 +90,6 @@ class HostObject : public automation::Object {
     virtual const void* Target() const = 0;
 };
 
-inline bool SameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i]))) {
-            return false;
-        }
-    }
-    return true;
-}
-
 template <class T>
 class KindObject final : public HostObject {
   public:
@@ -114,7 +104,7 @@ class KindObject final : public HostObject {
     }
     Variant InvokeByName(std::string_view name, CallKind callKind, const Args& args) override {
         for (const auto& member : kind_.members) {
-            if (SameName(member.name, name)) return Run(member, callKind, args);
+            if (strings::EqualNoCase(member.name, name)) return Run(member, callKind, args);
         }
         throw AutomationError(std::string(automation::kErrMemberNotFound));
     }
@@ -254,7 +244,7 @@ Variant CollectionObject<T>::InvokeByName(std::string_view name, CallKind callKi
         {"ContainsItem", kContainsItem},
         {"IndexOfName", kIndexOfName}};
     for (const auto& [known, dispid] : kNames) {
-        if (SameName(known, name)) return Invoke(dispid, callKind, args);
+        if (strings::EqualNoCase(known, name)) return Invoke(dispid, callKind, args);
     }
     throw AutomationError(std::string(automation::kErrMemberNotFound));
 }

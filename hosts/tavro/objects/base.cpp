@@ -1,5 +1,6 @@
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects_internal.h"
+#include "strings/strings.h"
 
 namespace tavro::objects_internal {
 
@@ -41,7 +42,7 @@ static void RequireRoom(std::size_t held, std::size_t added) {
 }
 
 Variant StreamObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
-    if (SameName(name, m::kData)) {
+    if (strings::EqualNoCase(name, m::kData)) {
         if (kind == CallKind::Put) {
             std::string text = Arg(args, 0).ToString();
             RequireRoom(0, text.size());
@@ -50,23 +51,23 @@ Variant StreamObject::Dispatch(std::string_view name, CallKind kind, const Args&
         }
         return data;
     }
-    if (SameName(name, m::kWrite)) {
+    if (strings::EqualNoCase(name, m::kWrite)) {
         std::string text = Arg(args, 0).ToString();
         RequireRoom(data.size(), text.size());
         data += text;
         return {};
     }
-    if (SameName(name, m::kWriteLine)) {
+    if (strings::EqualNoCase(name, m::kWriteLine)) {
         std::string text = Arg(args, 0).ToString() + "\r\n";
         RequireRoom(data.size(), text.size());
         data += text;
         return {};
     }
-    if (SameName(name, m::kClear)) {
+    if (strings::EqualNoCase(name, m::kClear)) {
         data.clear();
         return {};
     }
-    if (SameName(name, m::kSize)) return static_cast<std::int32_t>(data.size());
+    if (strings::EqualNoCase(name, m::kSize)) return static_cast<std::int32_t>(data.size());
     MemberNotFound();
 }
 

@@ -2,6 +2,7 @@
 
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects_internal.h"
+#include "strings/strings.h"
 
 namespace tavro::objects_internal {
 
@@ -56,24 +57,26 @@ class ParameterArray : public NamedObject {
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
         auto& parameters = item_->parameters;
-        if (SameName(name, m::kClear)) {
+        if (strings::EqualNoCase(name, m::kClear)) {
             parameters.clear();
             return {};
         }
-        if (SameName(name, m::kSetAt)) {
+        if (strings::EqualNoCase(name, m::kSetAt)) {
             std::string key = Arg(args, 1).ToString();
             if (key.empty()) Refuse("a type parameter needs a name");
             parameters[key] = Arg(args, 0).ToString();
             return {};
         }
-        if (SameName(name, m::kGetAt)) {
+        if (strings::EqualNoCase(name, m::kGetAt)) {
             auto it = parameters.find(Arg(args, 0).ToString());
             return it == parameters.end() ? Variant(std::string()) : Variant(it->second);
         }
-        if (SameName(name, m::kNext)) return Next(OptionalText(args, 0));
-        if (SameName(name, m::kCount)) return static_cast<std::int32_t>(parameters.size());
-        if (SameName(name, m::kIsDefined)) return parameters.count(Arg(args, 0).ToString()) > 0;
-        if (SameName(name, m::kRemoveAt)) {
+        if (strings::EqualNoCase(name, m::kNext)) return Next(OptionalText(args, 0));
+        if (strings::EqualNoCase(name, m::kCount))
+            return static_cast<std::int32_t>(parameters.size());
+        if (strings::EqualNoCase(name, m::kIsDefined))
+            return parameters.count(Arg(args, 0).ToString()) > 0;
+        if (strings::EqualNoCase(name, m::kRemoveAt)) {
             parameters.erase(Arg(args, 0).ToString());
             return {};
         }
@@ -97,8 +100,9 @@ void SaveMemberIntoClass(Session& session, const std::string& parent, const Item
     if (!LoadClass(*session.store, session.ns, parent, def))
         Refuse("class " + parent + " does not exist");
     std::vector<Item>& list = item.kind == ItemKind::Property ? def.properties : def.methods;
-    auto same = std::find_if(list.begin(), list.end(),
-                             [&](const Item& other) { return SameName(other.name, item.name); });
+    auto same = std::find_if(list.begin(), list.end(), [&](const Item& other) {
+        return strings::EqualNoCase(other.name, item.name);
+    });
     if (same == list.end()) {
         list.push_back(item);
     } else {
@@ -123,7 +127,7 @@ ItemObject::ItemObject(SessionRef sessionRef, ItemKind kind, std::string parentN
 }
 
 Variant ItemObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
-    if (SameName(name, m::kName)) {
+    if (strings::EqualNoCase(name, m::kName)) {
         if (kind == CallKind::Put) {
             std::string text = PutText(args);
             RequireMemberName(item->kind, text);
@@ -134,11 +138,11 @@ Variant ItemObject::Dispatch(std::string_view name, CallKind kind, const Args& a
     }
     Variant result;
     if (KeywordMember(item->kind, item->values, name, kind, args, result)) return result;
-    if (SameName(name, m::kParent)) return parent;
-    if (parameters && SameName(name, m::kParameters)) return parameters;
-    if (SameName(name, m::kSysOid)) return parent + ":" + item->name;
-    if (SameName(name, m::kSysClose)) return std::int32_t{1};
-    if (SameName(name, m::kSysSave)) {
+    if (strings::EqualNoCase(name, m::kParent)) return parent;
+    if (parameters && strings::EqualNoCase(name, m::kParameters)) return parameters;
+    if (strings::EqualNoCase(name, m::kSysOid)) return parent + ":" + item->name;
+    if (strings::EqualNoCase(name, m::kSysClose)) return std::int32_t{1};
+    if (strings::EqualNoCase(name, m::kSysSave)) {
         // A member saved on its own writes its class: that class must not be another
         // session's to edit.
         TakeClassLock(session, parent);
@@ -166,13 +170,13 @@ std::shared_ptr<ItemObject> ItemObjectOf(SessionRef session, const std::string& 
 }
 
 Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& args) {
-    if (SameName(name, m::kCount)) return static_cast<std::int32_t>(items.size());
-    if (SameName(name, m::kGetAt)) {
+    if (strings::EqualNoCase(name, m::kCount)) return static_cast<std::int32_t>(items.size());
+    if (strings::EqualNoCase(name, m::kGetAt)) {
         std::int32_t position = Arg(args, 0).ToInt32();
         if (position < 1 || position > static_cast<std::int32_t>(items.size())) return {};
         return ObjectRef(items[static_cast<std::size_t>(position - 1)]);
     }
-    if (SameName(name, m::kInsert)) {
+    if (strings::EqualNoCase(name, m::kInsert)) {
         auto member = std::dynamic_pointer_cast<ItemObject>(Arg(args, 0).ToObject());
         if (!member || member->item->kind != kind_) {
             Refuse(kind_ == ItemKind::Property ? "Insert expects a property definition"
@@ -181,7 +185,7 @@ Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& 
         RequireMemberName(kind_, member->item->name);
         const std::string& memberName = member->item->name;
         auto same = std::find_if(items.begin(), items.end(), [&](const auto& other) {
-            return other == member || SameName(other->item->name, memberName);
+            return other == member || strings::EqualNoCase(other->item->name, memberName);
         });
         // The server compares member names without regard to letter case, so two members
         // whose names differ only in case would end as one: the second is refused. A stored
@@ -201,14 +205,14 @@ Variant CollectionObject::Dispatch(std::string_view name, CallKind, const Args& 
         }
         return {};
     }
-    if (SameName(name, m::kRemoveAt)) {
+    if (strings::EqualNoCase(name, m::kRemoveAt)) {
         std::int32_t position = Arg(args, 0).ToInt32();
         if (position < 1 || position > static_cast<std::int32_t>(items.size())) return {};
         ObjectRef removed = items[static_cast<std::size_t>(position - 1)];
         items.erase(items.begin() + (position - 1));
         return removed;
     }
-    if (SameName(name, m::kClear)) {
+    if (strings::EqualNoCase(name, m::kClear)) {
         items.clear();
         return {};
     }
@@ -264,19 +268,19 @@ void ClassObject::Rename(const std::string& name) {
 }
 
 Variant ClassObject::Dispatch(std::string_view name, CallKind kind, const Args& args) {
-    if (SameName(name, m::kName)) {
+    if (strings::EqualNoCase(name, m::kName)) {
         if (kind != CallKind::Put) return def_.name;
         Rename(PutText(args));
         return {};
     }
     Variant result;
     if (KeywordMember(ItemKind::Class, def_.values, name, kind, args, result)) return result;
-    if (SameName(name, m::kProperties)) return ObjectRef(properties_);
-    if (SameName(name, m::kMethods)) return ObjectRef(methods_);
-    if (SameName(name, m::kSysOid)) return openedId_;
-    if (SameName(name, m::kSysSave)) return Save();
-    if (SameName(name, m::kSysDelete)) return Delete(args);
-    if (SameName(name, m::kSysClose)) {
+    if (strings::EqualNoCase(name, m::kProperties)) return ObjectRef(properties_);
+    if (strings::EqualNoCase(name, m::kMethods)) return ObjectRef(methods_);
+    if (strings::EqualNoCase(name, m::kSysOid)) return openedId_;
+    if (strings::EqualNoCase(name, m::kSysSave)) return Save();
+    if (strings::EqualNoCase(name, m::kSysDelete)) return Delete(args);
+    if (strings::EqualNoCase(name, m::kSysClose)) {
         Release();
         return std::int32_t{1};
     }
@@ -287,7 +291,7 @@ Variant ClassObject::Dispatch(std::string_view name, CallKind kind, const Args& 
 // since it deleted the class or stored it from XML.
 Variant ClassObject::Save() {
     ClassDef def = Current();
-    bool replace = !openedId_.empty() && SameName(openedId_, def.name);
+    bool replace = !openedId_.empty() && strings::EqualNoCase(openedId_, def.name);
     TakeClassLock(session_, def.name);
     try {
         SaveClass(*session_->store, session_->ns, def, Actor{session_->user}, replace);
@@ -318,7 +322,7 @@ Variant ClassObject::Delete(const Args& args) {
     }
     KeepClassLock(session_, id, /*keep=*/true);
     DropClassLock(session_, id);
-    if (SameName(id, openedId_)) openedId_.clear();
+    if (strings::EqualNoCase(id, openedId_)) openedId_.clear();
     return std::int32_t{1};
 }
 

@@ -1,5 +1,6 @@
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects_internal.h"
+#include "strings/strings.h"
 
 namespace tavro::objects_internal {
 
@@ -44,7 +45,7 @@ class SummaryResultSet : public NamedObject {
     explicit SummaryResultSet(SessionRef session) : session_(std::move(session)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
-        if (SameName(name, m::kExecute)) {
+        if (strings::EqualNoCase(name, m::kExecute)) {
             try {
                 rows_ = SummaryOf(*session_->store, session_->ns);
             } catch (const StoreError& error) {
@@ -54,25 +55,25 @@ class SummaryResultSet : public NamedObject {
             executed_ = true;
             return {};
         }
-        if (SameName(name, m::kNext)) {
+        if (strings::EqualNoCase(name, m::kNext)) {
             if (!executed_ || next_ >= rows_.size()) return false;
             ++next_;
             return true;
         }
-        if (SameName(name, m::kClose)) {
+        if (strings::EqualNoCase(name, m::kClose)) {
             rows_.clear();
             executed_ = false;
             next_ = 0;
             return {};
         }
-        if (SameName(name, m::kColumnCount)) return kColumnCount;
-        if (SameName(name, m::kColumnName)) {
+        if (strings::EqualNoCase(name, m::kColumnCount)) return kColumnCount;
+        if (strings::EqualNoCase(name, m::kColumnName)) {
             std::int32_t column = Arg(args, 0).ToInt32();
             if (column < 1 || column > kColumnCount)
                 Refuse("no column " + std::to_string(column) + " in query Summary");
             return m::kSummaryColumns[column - 1];
         }
-        if (SameName(name, m::kColumnValue)) {
+        if (strings::EqualNoCase(name, m::kColumnValue)) {
             if (next_ == 0) Refuse("the query Summary has no current row");
             return ColumnOf(rows_[next_ - 1], Arg(args, 0).ToInt32());
         }

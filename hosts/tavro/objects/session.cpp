@@ -2,6 +2,7 @@
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects.h"
 #include "hosts/tavro/objects/objects_internal.h"
+#include "strings/strings.h"
 
 namespace tavro {
 
@@ -28,23 +29,25 @@ class SessionObject : public NamedObject {
     explicit SessionObject(SessionRef session) : session_(std::move(session)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
-        if (SameName(name, m::kNewObject))
+        if (strings::EqualNoCase(name, m::kNewObject))
             return NewObject(Arg(args, 0).ToString(), OptionalText(args, 1));
-        if (SameName(name, m::kOpenObjectById) || SameName(name, m::kLoadObjectById)) {
-            return OpenById(
-                Arg(args, 0).ToString(), Arg(args, 1).ToString(),
-                SameName(name, m::kOpenObjectById) ? ClassOrigin::Opened : ClassOrigin::Loaded);
+        if (strings::EqualNoCase(name, m::kOpenObjectById) ||
+            strings::EqualNoCase(name, m::kLoadObjectById)) {
+            return OpenById(Arg(args, 0).ToString(), Arg(args, 1).ToString(),
+                            strings::EqualNoCase(name, m::kOpenObjectById) ? ClassOrigin::Opened
+                                                                           : ClassOrigin::Loaded);
         }
-        if (SameName(name, m::kClassHandle)) return ClassHandle(Arg(args, 0).ToString());
-        if (SameName(name, m::kOpenQuery))
+        if (strings::EqualNoCase(name, m::kClassHandle))
+            return ClassHandle(Arg(args, 0).ToString());
+        if (strings::EqualNoCase(name, m::kOpenQuery))
             return OpenQuery(Arg(args, 0).ToString(), Arg(args, 1).ToString());
-        if (SameName(name, m::kNamespace)) return session_->ns;
-        if (SameName(name, m::kUserName)) return session_->user;
-        if (SameName(name, m::kBeginTrial)) {
+        if (strings::EqualNoCase(name, m::kNamespace)) return session_->ns;
+        if (strings::EqualNoCase(name, m::kUserName)) return session_->user;
+        if (strings::EqualNoCase(name, m::kBeginTrial)) {
             BeginTrial(*session_->store);
             return true;
         }
-        if (SameName(name, m::kEndTrial)) {
+        if (strings::EqualNoCase(name, m::kEndTrial)) {
             EndTrial(*session_->store);
             return true;
         }
@@ -53,21 +56,22 @@ class SessionObject : public NamedObject {
 
   private:
     Variant NewObject(const std::string& className, const std::string& initial) {
-        if (SameName(className, m::kClassDefinition)) {
+        if (strings::EqualNoCase(className, m::kClassDefinition)) {
             ClassDef def;
             def.name = initial;
             return ObjectRef(
                 std::make_shared<ClassObject>(session_, std::move(def), ClassOrigin::New));
         }
-        if (SameName(className, m::kPropertyDefinition) ||
-            SameName(className, m::kMethodDefinition)) {
-            ItemKind kind =
-                SameName(className, m::kPropertyDefinition) ? ItemKind::Property : ItemKind::Method;
+        if (strings::EqualNoCase(className, m::kPropertyDefinition) ||
+            strings::EqualNoCase(className, m::kMethodDefinition)) {
+            ItemKind kind = strings::EqualNoCase(className, m::kPropertyDefinition)
+                                ? ItemKind::Property
+                                : ItemKind::Method;
             std::string parent, member;
             SplitMemberId(initial, parent, member);
             return ObjectRef(std::make_shared<ItemObject>(session_, kind, parent, member));
         }
-        if (SameName(className, m::kUtility)) return NewUtilityObject(session_);
+        if (strings::EqualNoCase(className, m::kUtility)) return NewUtilityObject(session_);
         if (ClassExists(*session_->store, session_->ns, className)) {
             Refuse("instances of " + className + " cannot be created through this connection");
         }
@@ -77,22 +81,22 @@ class SessionObject : public NamedObject {
     // Opens an existing definition; an id that names none is an error. A class definition
     // opened (not loaded) is opened for editing and takes the class's lock.
     Variant OpenById(const std::string& className, const std::string& id, ClassOrigin origin) {
-        if (SameName(className, m::kClassDefinition)) {
+        if (strings::EqualNoCase(className, m::kClassDefinition)) {
             ClassDef def;
             if (!LoadClass(*session_->store, session_->ns, id, def)) {
                 Refuse("class definition " + id + " does not exist");
             }
             return ObjectRef(std::make_shared<ClassObject>(session_, std::move(def), origin));
         }
-        if (SameName(className, m::kPropertyDefinition) ||
-            SameName(className, m::kMethodDefinition)) {
-            bool property = SameName(className, m::kPropertyDefinition);
+        if (strings::EqualNoCase(className, m::kPropertyDefinition) ||
+            strings::EqualNoCase(className, m::kMethodDefinition)) {
+            bool property = strings::EqualNoCase(className, m::kPropertyDefinition);
             std::string parent, member;
             SplitMemberId(id, parent, member);
             ClassDef def;
             if (LoadClass(*session_->store, session_->ns, parent, def)) {
                 for (const Item& item : property ? def.properties : def.methods) {
-                    if (SameName(item.name, member))
+                    if (strings::EqualNoCase(item.name, member))
                         return ObjectRef(ItemObjectOf(session_, def.name, item));
                 }
             }
@@ -103,14 +107,15 @@ class SessionObject : public NamedObject {
     }
 
     Variant ClassHandle(const std::string& className) {
-        if (SameName(className, m::kUtility)) return NewUtilityClassHandle(session_);
+        if (strings::EqualNoCase(className, m::kUtility)) return NewUtilityClassHandle(session_);
         if (!ClassExists(*session_->store, session_->ns, className))
             Refuse("class " + className + " does not exist");
         return NewPlainClassHandle();
     }
 
     Variant OpenQuery(const std::string& className, const std::string& queryName) {
-        if (SameName(className, m::kClassDefinition) && SameName(queryName, m::kSummaryQuery)) {
+        if (strings::EqualNoCase(className, m::kClassDefinition) &&
+            strings::EqualNoCase(queryName, m::kSummaryQuery)) {
             return NewSummaryResultSet(session_);
         }
         Refuse("query " + className + ":" + queryName + " does not exist");
@@ -125,7 +130,7 @@ class LoginObject : public NamedObject {
         : dataDir_(std::move(dataDir)), address_(std::move(address)), guard_(std::move(guard)) {}
 
     Variant Dispatch(std::string_view name, CallKind, const Args& args) override {
-        if (!SameName(name, m::kLogin)) MemberNotFound();
+        if (!strings::EqualNoCase(name, m::kLogin)) MemberNotFound();
         std::string ns = Arg(args, 0).ToString();
         std::string user = Arg(args, 1).ToString();
         std::string password = Arg(args, 2).ToString();
@@ -162,7 +167,7 @@ SessionRef OpenSession(const std::string& dataDir, const std::string& ns, const 
         // The same answer for an unknown user and a wrong password tells a guesser nothing.
         if (!CheckPassword(store, user, password))
             Refuse("access denied: wrong user name or password");
-        if (SameName(ns, kSystemNamespace) || !NamespaceExists(store, ns)) {
+        if (strings::EqualNoCase(ns, kSystemNamespace) || !NamespaceExists(store, ns)) {
             Refuse("access denied: no namespace " + ns);
         }
         session->store.user = user;

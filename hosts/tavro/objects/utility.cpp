@@ -4,6 +4,7 @@
 #include "hosts/tavro/objects/members.h"
 #include "hosts/tavro/objects/objects_internal.h"
 #include "hosts/tavro/xml/class_xml.h"
+#include "strings/strings.h"
 
 namespace tavro::objects_internal {
 
@@ -33,8 +34,9 @@ MemberList ReadMemberList(const std::string& text) {
 }
 
 bool Named(const std::vector<std::string>& names, const Item& item) {
-    return std::any_of(names.begin(), names.end(),
-                       [&](const std::string& name) { return SameName(name, item.name); });
+    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        return strings::EqualNoCase(name, item.name);
+    });
 }
 
 void KeepNamed(std::vector<Item>& items, const std::vector<std::string>& names) {
@@ -44,17 +46,17 @@ void KeepNamed(std::vector<Item>& items, const std::vector<std::string>& names) 
 }
 
 bool SupportsFeature(Session& session, const std::string& feature) {
-    if (!SameName(feature, m::kFeatureSecurity)) return false;
+    if (!strings::EqualNoCase(feature, m::kFeatureSecurity)) return false;
     return NamespaceEnforcesSecurity(*session.store, session.ns);
 }
 
 // The class methods, answered alike by the class handle and by an instance.
 bool ClassMethod(Session& session, std::string_view name, const Args& args, Variant& result) {
-    if (SameName(name, m::kSupportFeature)) {
+    if (strings::EqualNoCase(name, m::kSupportFeature)) {
         result = SupportsFeature(session, Arg(args, 0).ToString());
         return true;
     }
-    if (SameName(name, m::kHasSecurityPermission)) {
+    if (strings::EqualNoCase(name, m::kHasSecurityPermission)) {
         result = HasDevelopment(*session.store, session.user);
         return true;
     }
@@ -88,16 +90,17 @@ class UtilityObject : public NamedObject {
           memberList_(std::make_shared<StreamObject>()) {}
 
     Variant Dispatch(std::string_view name, CallKind kind, const Args& args) override {
-        if (SameName(name, m::kXmlStream)) return ObjectRef(xml_);
-        if (SameName(name, m::kMemberListStream)) return ObjectRef(memberList_);
-        if (SameName(name, m::kNewClassName)) {
+        if (strings::EqualNoCase(name, m::kXmlStream)) return ObjectRef(xml_);
+        if (strings::EqualNoCase(name, m::kMemberListStream)) return ObjectRef(memberList_);
+        if (strings::EqualNoCase(name, m::kNewClassName)) {
             if (kind != CallKind::Put) return newClassName_;
             newClassName_ = Arg(args, args.empty() ? 0 : args.size() - 1).ToString();
             return {};
         }
-        if (SameName(name, m::kLoadToXmlStream)) return LoadToXmlStream(Arg(args, 0).ToString());
-        if (SameName(name, m::kSaveFromXmlStream)) return SaveFromXmlStream();
-        if (SameName(name, m::kSysClose)) return std::int32_t{1};
+        if (strings::EqualNoCase(name, m::kLoadToXmlStream))
+            return LoadToXmlStream(Arg(args, 0).ToString());
+        if (strings::EqualNoCase(name, m::kSaveFromXmlStream)) return SaveFromXmlStream();
+        if (strings::EqualNoCase(name, m::kSysClose)) return std::int32_t{1};
         Variant result;
         if (ClassMethod(*session_, name, args, result)) return result;
         MemberNotFound();

@@ -1,6 +1,7 @@
 #include "hosts/tavro/store/store.h"
 #include "hosts/tavro/store/store_internal.h"
 #include "hosts/tavro/xml/class_xml.h"
+#include "strings/strings.h"
 
 namespace tavro {
 
@@ -51,7 +52,7 @@ void RequireStorable(const ClassDef& def) {
 }
 
 void RequireUserNamespace(Store& store, const std::string& ns) {
-    if (SameName(ns, kSystemNamespace) || !NamespaceExists(store, ns)) {
+    if (strings::EqualNoCase(ns, kSystemNamespace) || !NamespaceExists(store, ns)) {
         throw StoreError("no namespace " + ns);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <cctype>
 
+#include "strings/strings.h"
+
 namespace tavro {
 
 namespace {
@@ -138,7 +140,7 @@ const std::vector<Keyword>& KeywordsOf(ItemKind kind) { return *RowOf(kind).keyw
 
 const Keyword* FindKeyword(ItemKind kind, std::string_view name) {
     for (const Keyword& keyword : KeywordsOf(kind)) {
-        if (SameName(keyword.name, name)) return &keyword;
+        if (strings::EqualNoCase(keyword.name, name)) return &keyword;
     }
     return nullptr;
 }
@@ -166,26 +168,15 @@ bool SetValue(Values& values, const Keyword& keyword, std::string_view text) {
         values[key] = std::string(text);
         return true;
     }
-    if (text == "1" || SameName(text, "true")) {
+    if (text == "1" || strings::EqualNoCase(text, "true")) {
         values[key] = "1";
         return true;
     }
-    if (text == "0" || SameName(text, "false")) {
+    if (text == "0" || strings::EqualNoCase(text, "false")) {
         values[key] = "0";
         return true;
     }
     return false;
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i]))) {
-            return false;
-        }
-    }
-    return true;
 }
 
 bool IsValidClassName(std::string_view name) {

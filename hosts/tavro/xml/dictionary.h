@@ -72,8 +72,6 @@ std::string ValueOf(const Values& values, const Keyword& keyword);
 // neither "0", "1", "true" nor "false" (any letter case).
 bool SetValue(Values& values, const Keyword& keyword, std::string_view text);
 
-// Letter-case-blind comparison of names.
-bool SameName(std::string_view a, std::string_view b);
 // True when `name` is a class name the dictionary accepts: one or more '.'-separated
 // segments of letters and digits, each starting with a letter; the first may start with '%'.
 bool IsValidClassName(std::string_view name);

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "hosts/tavro/xml/class_xml.h"
+#include "strings/strings.h"
 
 namespace tavro {
 
@@ -113,7 +114,7 @@ bool ReadItem(Reader& reader, pugi::xml_node node, ItemKind kind, Item& item) {
 
 bool HasItemNamed(const std::vector<Item>& items, const Item& item) {
     for (const Item& other : items) {
-        if (other.kind == item.kind && SameName(other.name, item.name)) return true;
+        if (other.kind == item.kind && strings::EqualNoCase(other.name, item.name)) return true;
     }
     return false;
 }

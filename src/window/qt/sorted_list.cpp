@@ -3,17 +3,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "strings/strings.h"
 #include "window/qt/window_qt_internal.h"
 
 namespace window {
-
-// Letter case is ignored, so a, B and C sort as a person reads them.
-static bool LessNoCase(const std::string& a, const std::string& b) {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) <
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
 
 SortedListModel::SortedListModel(QObject* parent) : QAbstractListModel(parent) {}
 
@@ -54,7 +47,7 @@ std::int16_t SortedListModel::AddItem(const std::string& text) {
     // After any equal entries, so entries of the same name keep the order they came in.
     auto pos = std::upper_bound(
         items_.begin(), items_.end(), text,
-        [](const std::string& t, const Item& item) { return LessNoCase(t, item.text); });
+        [](const std::string& t, const Item& item) { return strings::LessNoCase(t, item.text); });
     auto at = static_cast<std::size_t>(pos - items_.begin());
     InsertAt(at, text);
     return static_cast<std::int16_t>(at);
