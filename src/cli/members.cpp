@@ -29,7 +29,7 @@ void AddRoles(const automation::ObjectRef& roseClass, std::vector<Member>& membe
         automation::ObjectRef own = rose::RoleOf(association, roseClass);
         automation::ObjectRef other = rose::OtherRoleOf(association, roseClass);
         std::vector<automation::ObjectRef> roles;
-        if (rose::RoleClassName(own) == rose::RoleClassName(other)) roles.push_back(own);
+        if (rose::IsSelfAssociation(own, other)) roles.push_back(own);
         roles.push_back(other);
         for (const automation::ObjectRef& role : roles) {
             std::string name = rose::Name(role);

@@ -124,7 +124,7 @@ std::int16_t ExportRelationships(const std::string& className, const ObjectRef& 
         ObjectRef association = rose::AssociationAt(associations, i);
         ObjectRef ownRole = rose::RoleOf(association, roseClass);
         ObjectRef otherRole = rose::OtherRoleOf(association, roseClass);
-        if (rose::RoleClassName(ownRole) == rose::RoleClassName(otherRole)) {
+        if (rose::IsSelfAssociation(ownRole, otherRole)) {
             exportRole(association, ownRole, otherRole);
         }
         exportRole(association, otherRole, ownRole);

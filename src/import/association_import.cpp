@@ -29,7 +29,7 @@ Ends FindRelationship(const ObjectRef& roseClass, const std::string& propName,
         ObjectRef a = rose::AssociationAt(associations, i);
         ObjectRef far = rose::OtherRoleOf(a, roseClass);
         ObjectRef near = rose::RoleOf(a, roseClass);
-        if (rose::RoleClassName(far) == rose::RoleClassName(near)) {
+        if (rose::IsSelfAssociation(far, near)) {
             if (rose::Name(near) == inverse) return {a, far, near};
             if (rose::Name(far) == inverse) return {a, near, far};
             continue;

@@ -29,11 +29,6 @@ bool OverrideChecked() {
     return window::frmImportExport->CheckValue(window::CheckBox::Override) == 1;
 }
 
-// A class associated with itself has the same class at both ends.
-bool IsSelfAssociation(const ObjectRef& far, const ObjectRef& near) {
-    return rose::RoleClassName(far) == rose::RoleClassName(near);
-}
-
 void StripAssociations(const ObjectRef& roseClass) {
     // The collection is fetched again for every index: deletions change what it lists.
     for (std::int16_t i = rose::Count(rose::Associations(roseClass)); i >= 1; --i) {
@@ -41,7 +36,7 @@ void StripAssociations(const ObjectRef& roseClass) {
         if (!a) continue;
         ObjectRef far = rose::OtherRoleOf(a, roseClass);
         ObjectRef near = rose::RoleOf(a, roseClass);
-        if (IsSelfAssociation(far, near)) {
+        if (rose::IsSelfAssociation(far, near)) {
             rose::DeleteAssociation(roseClass, a);
             continue;
         }

@@ -296,6 +296,10 @@ inline ObjectRef OtherRoleOfNew(const ObjectRef& association, const ObjectRef& c
 inline std::string RoleClassName(const ObjectRef& role) {
     return detail::Text(role, ids::Role::RoleClassName);
 }
+// A class associated with itself has the same class at both ends.
+inline bool IsSelfAssociation(const ObjectRef& role, const ObjectRef& otherRole) {
+    return RoleClassName(role) == RoleClassName(otherRole);
+}
 inline bool IsAggregate(const ObjectRef& role) {
     return automation::Get(role, ids::Role::IsAggregate).ToBool();
 }

@@ -44,7 +44,7 @@ void WriteMemberList(const ObjectRef& list, const ObjectRef& roseClass) {
         ObjectRef ownRole = rose::RoleOf(association, roseClass);
         ObjectRef otherRole = rose::OtherRoleOf(association, roseClass);
         WriteMember(list, "a:", rose::Name(otherRole));
-        if (rose::RoleClassName(ownRole) == rose::RoleClassName(otherRole)) {
+        if (rose::IsSelfAssociation(ownRole, otherRole)) {
             WriteMember(list, "a:", rose::Name(ownRole));
         }
     }
