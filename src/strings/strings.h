@@ -20,11 +20,10 @@ inline bool EqualNoCase(std::string_view a, std::string_view b) {
 
 // Orders as a reader does: a, B, c.
 inline bool LessNoCase(std::string_view a, std::string_view b) {
-    return std::lexicographical_compare(
-        a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-            return static_cast<unsigned char>(LowerAscii(x)) <
-                   static_cast<unsigned char>(LowerAscii(y));
-        });
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return static_cast<unsigned char>(LowerAscii(x)) <
+               static_cast<unsigned char>(LowerAscii(y));
+    });
 }
 
 // -1, 0 or 1 by upper-case letters, as the registry orders its keys ('_' after the letters).
