@@ -27,11 +27,6 @@ void StopIfRequested() {
     if (StopRequested && StopRequested()) throw automation::AutomationError(kRunStopped);
 }
 
-bool OverrideChecked() {
-    return window::frmImportExport != nullptr &&
-           window::frmImportExport->CheckValue(window::CheckBox::Override) != 0;
-}
-
 // Deletes the existing definition so that the class is written anew, not merged. The class is
 // noted as deleted before the delete is sent: a connection lost during the call leaves unknown
 // whether the server deleted it. `noted` says that it was.
@@ -173,7 +168,7 @@ ExportResult ExportClass(const ObjectRef& roseClass, std::string& message) {
         ForgetMembersOf(className);
         bool existed = server::ClassDefinitionExists(className);
         if (existed) {
-            if (!OverrideChecked()) return kClassSkipped;
+            if (!window::OverrideChecked()) return kClassSkipped;
             StopIfRequested();
             DeleteClassDefinition(className, deleted);
             StopIfRequested();

@@ -8,6 +8,7 @@
 #include "model/rose.h"
 #include "naming/naming.h"
 #include "server/server.h"
+#include "strings/strings.h"
 #include "window/window.h"
 
 namespace importing {
@@ -17,17 +18,6 @@ namespace m = members;
 RoseClassCollection NewRoseClasses;
 
 namespace {
-
-bool SameKey(const std::string& a, const std::string& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
-
-bool OverrideChecked() {
-    return window::frmImportExport->CheckValue(window::CheckBox::Override) == 1;
-}
 
 void StripAssociations(const ObjectRef& roseClass) {
     // The collection is fetched again for every index: deletions change what it lists.
@@ -95,7 +85,7 @@ void RoseClassCollection::Add(const std::string& key, ObjectRef roseClass) {
 
 ObjectRef RoseClassCollection::Find(const std::string& key) const {
     for (const auto& [name, roseClass] : items_) {
-        if (SameKey(name, key)) return roseClass;
+        if (strings::EqualNoCase(name, key)) return roseClass;
     }
     return nullptr;
 }
@@ -117,7 +107,7 @@ ImportResult ImportClass(const ObjectRef& classDef) {
     std::string className = ServerText(classDef, m::kName);
     ObjectRef existing = naming::FindRoseClass(className);
     if (existing) {
-        if (!OverrideChecked()) return Skipped;
+        if (!window::OverrideChecked()) return Skipped;
         ReinitialiseClass(existing);
         // Creates the package's categories should they be gone; the class stays where it is.
         naming::FindOrCreateCategory(className);

@@ -7,23 +7,13 @@
 #include "automation/com.h"
 #include "platform/objects.h"
 #include "platform/tavro_factory.h"
+#include "strings/strings.h"
 
 namespace platform {
 namespace {
 
 // How the errors of a lost connection name the other end ("... closed the connection").
 constexpr const char* kTavroComPeerName = "the Tavro server (TavroActiveX.Factory)";
-
-bool SameProgId(const std::string& a, const std::string& b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i]))) {
-            return false;
-        }
-    }
-    return true;
-}
 
 // The factory of the server's client, with the reason of a failed OpenConnection learnt from it
 // when it can tell one: our stand-in answers "LastConnectionFailure"; a factory that has no such
@@ -40,7 +30,7 @@ class ComFactory : public automation::Object {
     automation::Variant InvokeByName(std::string_view name, automation::CallKind kind,
                                      const automation::Args& args) override {
         automation::Variant result = inner_->InvokeByName(name, kind, args);
-        if (SameProgId(std::string(name), "OpenConnection")) {
+        if (strings::EqualNoCase(name, "OpenConnection")) {
             SetLastConnectionFailure(result.ToBool() ? std::string() : FailureText());
         }
         return result;
@@ -66,7 +56,7 @@ void InstallTavroFactory() {
     ObjectOps& ops = Objects();
     auto earlier = ops.createObject;
     ops.createObject = [earlier](const std::string& progId) -> automation::ObjectRef {
-        if (SameProgId(progId, kTavroFactoryProgId)) {
+        if (strings::EqualNoCase(progId, kTavroFactoryProgId)) {
             return std::make_shared<ComFactory>(
                 automation::com::NewObject(kTavroFactoryProgId, kTavroComPeerName));
         }

@@ -11,6 +11,10 @@ namespace window {
 std::int16_t LinkMode = 0;
 TransferWindow* frmImportExport = nullptr;
 
+bool OverrideChecked() {
+    return frmImportExport != nullptr && frmImportExport->CheckValue(CheckBox::Override) == 1;
+}
+
 namespace {
 
 class PlainList : public ClassList {

@@ -71,6 +71,10 @@ class TransferWindow {
 // The one transfer window of the process (none until it is created).
 extern TransferWindow* frmImportExport;
 
+// True when the window's "Override Existing Classes" is checked: existing classes are
+// replaced. Without a window nothing is.
+bool OverrideChecked();
+
 // A plain in-memory list, for the console front end and for tests.
 std::unique_ptr<ClassList> NewPlainList(bool sorted);
 
