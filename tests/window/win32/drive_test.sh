@@ -14,6 +14,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/corvansil-drive.XXXXXX")
 xvfb=
 cleanup() {
     local status=$?
+    wineserver -k 2>/dev/null || true
     [ -z "$xvfb" ] || kill "$xvfb" 2>/dev/null || true
     if [ "$status" -eq 0 ]; then rm -rf "$work"; else echo "files in $work" >&2; fi
     exit "$status"
@@ -26,6 +27,10 @@ if [ -z "${DISPLAY:-}" ]; then
     for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.1; done
     export DISPLAY=:$(cat "$work/display")
 fi
+# The prefix's desktop keeps the display of the Wine process that started it: one left by an
+# earlier program without a display (a COM test) would refuse this test's windows.
+wineserver -k 2>/dev/null || true
+wineserver -w 2>/dev/null || true
 
 wine "$demo" export 100 >"$work/demo.log" 2>&1 &
 # Cancel asked and refused: the window stays; then the whole list exported and closed.

@@ -66,6 +66,9 @@ if [ -z "${DISPLAY:-}" ]; then
     for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.1; done
     export DISPLAY=:$(cat "$work/display")
 fi
+# A desktop left by an earlier Wine program without a display would refuse the windows.
+wineserver -k 2>/dev/null || true
+wineserver -w 2>/dev/null || true
 
 # The add-in's model properties, for rose-host to give their defaults.
 export CORVANSIL_REGISTRY=$work/registry.reg
