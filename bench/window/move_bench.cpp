@@ -26,7 +26,7 @@ window::RunOps Classes(int count) {
 }
 
 void BM_SelectAllThenUnselectAll(benchmark::State& state) {
-    window::LinkMode = 1;
+    window::LinkMode = window::RunMode::Export;
     window::ImportExportWindow form(Classes(static_cast<int>(state.range(0))));
     form.Form_Load();
     form.show();
@@ -40,7 +40,7 @@ void BM_SelectAllThenUnselectAll(benchmark::State& state) {
 BENCHMARK(BM_SelectAllThenUnselectAll)->Arg(5000)->Unit(benchmark::kMillisecond);
 
 void BM_MoveEveryOtherHighlightedEntry(benchmark::State& state) {
-    window::LinkMode = 1;
+    window::LinkMode = window::RunMode::Export;
     window::ImportExportWindow form(Classes(static_cast<int>(state.range(0))));
     form.Form_Load();
     form.show();
@@ -60,7 +60,7 @@ void BM_MoveEveryOtherHighlightedEntry(benchmark::State& state) {
 BENCHMARK(BM_MoveEveryOtherHighlightedEntry)->Arg(5000)->Unit(benchmark::kMillisecond);
 
 void BM_LoadClassList(benchmark::State& state) {
-    window::LinkMode = 1;
+    window::LinkMode = window::RunMode::Export;
     for (auto _ : state) {
         window::ImportExportWindow form(Classes(static_cast<int>(state.range(0))));
         form.Form_Load();

@@ -21,7 +21,8 @@ inline constexpr int kExitOk = 0;  // every class went through
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUnreachable = 2;  // bad usage, or a side that could not be reached
 
-enum class Command : std::uint8_t { None, Export, Import, Datatypes, System };
+// What to run: the window's run modes, by the command's name.
+using Command = window::RunMode;
 
 struct Options {
     Command command = Command::None;

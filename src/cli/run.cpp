@@ -255,22 +255,6 @@ int RunSpecialClasses(ConsoleWindow& form, Run& run, std::ostream& err) {
     return form.AnyFailed() ? kExitFailed : kExitOk;
 }
 
-std::int16_t LinkModeOf(Command command) {
-    switch (command) {
-        case Command::None:
-            return 0;
-        case Command::Export:
-            return 1;
-        case Command::Import:
-            return 2;
-        case Command::Datatypes:
-            return 3;
-        case Command::System:
-            return 4;
-    }
-    return 0;
-}
-
 int Dispatch(const Options& options, ConsoleWindow& form, Run& run, std::ostream& out,
              std::ostream& err) {
     switch (options.command) {
@@ -348,7 +332,7 @@ int RunCommand(const Options& options, std::ostream& out, std::ostream& err, boo
     form.SetCheckValue(window::CheckBox::AddToDiagram, options.noDiagram ? 0 : 1);
     form.SetCheckValue(window::CheckBox::IncludeDatatype, options.includeDatatype ? 1 : 0);
     form.SetCheckValue(window::CheckBox::IncludeSystem, options.includeSystem ? 1 : 0);
-    window::LinkMode = LinkModeOf(options.command);
+    window::LinkMode = options.command;
     window::frmImportExport = &form;
 
     int status = kExitFailed;

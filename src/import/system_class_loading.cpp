@@ -16,9 +16,6 @@ namespace col = server::members::summary;
 
 namespace {
 
-constexpr std::int16_t kDatatypesMode = 3;
-constexpr std::int16_t kSystemMode = 4;
-
 // Positions of the three columns the loading reads; 0 while not found.
 struct Columns {
     std::int32_t name = 0;
@@ -65,7 +62,7 @@ void LoadSpecialClass(window::TransferWindow& form, const std::string& className
     form.UpdateLogMsg(row, std::nullopt, "Done", "", window::kIconDone, /*displayNow=*/false);
 }
 
-bool LoadSpecialClasses(window::TransferWindow& form, std::int16_t mode) {
+bool LoadSpecialClasses(window::TransferWindow& form, window::RunMode mode) {
     form.StatusMessage("Connecting to Rational Rose ...");
     if (!rose::ConnectToRose()) GiveUp("Rational Rose is not running");
 
@@ -75,8 +72,8 @@ bool LoadSpecialClasses(window::TransferWindow& form, std::int16_t mode) {
     ObjectRef categories = rose::AllCategories(rose::ActiveModel(rose::RoseApp));
     if (rose::Count(categories) == 0) return false;
 
-    form.StatusMessage(mode == kDatatypesMode ? "Loading Tavro Datatype Classess ..."
-                                              : "Loading Tavro System Classess ...");
+    form.StatusMessage(mode == window::RunMode::Datatypes ? "Loading Tavro Datatype Classess ..."
+                                                          : "Loading Tavro System Classess ...");
     ObjectRef query =
         automation::CallByName(
             server::ServerFactory, server::members::factory::kOpenQuery,
@@ -90,8 +87,8 @@ bool LoadSpecialClasses(window::TransferWindow& form, std::int16_t mode) {
         // Both flags are read in either mode; an empty value counts as zero.
         bool isDatatype = ColumnValue(query, columns.datatype).ToInt32() != 0;
         bool isSystem = ColumnValue(query, columns.system).ToInt32() != 0;
-        bool qualifies =
-            (mode == kDatatypesMode && isDatatype) || (mode == kSystemMode && isSystem);
+        bool qualifies = (mode == window::RunMode::Datatypes && isDatatype) ||
+                         (mode == window::RunMode::System && isSystem);
         std::string className = ColumnValue(query, columns.name).ToString();
         if (!qualifies || className.empty() || className.front() != '%') continue;
         LoadSpecialClass(form, className);

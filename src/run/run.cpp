@@ -89,21 +89,21 @@ RunKind RunKindOf(const std::string& word) {
     return RunKind::InteractiveInstall;
 }
 
-std::int16_t LinkModeOf(RunKind kind) {
+window::RunMode LinkModeOf(RunKind kind) {
     switch (kind) {
         case RunKind::Export:
-            return 1;
+            return window::RunMode::Export;
         case RunKind::Import:
-            return 2;
+            return window::RunMode::Import;
         case RunKind::Datatypes:
-            return 3;
+            return window::RunMode::Datatypes;
         case RunKind::System:
-            return 4;
+            return window::RunMode::System;
         case RunKind::SilentInstall:
         case RunKind::InteractiveInstall:
-            return 0;
+            return window::RunMode::None;
     }
-    return 0;
+    return window::RunMode::None;
 }
 
 std::string HostWordFor(const std::string& word) { return word == "MSVM" ? "MSVM" : "Rose"; }
@@ -130,7 +130,7 @@ void ResetOps() { Ops() = DefaultOps(); }
 void Main(const std::string& commandLine) {
     std::string word = CommandWord(commandLine);
     RunKind kind = RunKindOf(word);
-    window::LinkMode = 0;
+    window::LinkMode = window::RunMode::None;
 
     // Every run but the silent installation starts with the start-up window, showing only the
     // version.

@@ -7,16 +7,17 @@
 #include <string>
 
 #include "install/install.h"
+#include "window/window.h"
 
 namespace run {
 
 inline constexpr const char* ProgramVersion = install::ProgramVersion;
 
 enum class RunKind : std::uint8_t {
-    Export,              // EXPORT, LinkMode 1
-    Import,              // IMPORT, LinkMode 2
-    Datatypes,           // DATATYPES, LinkMode 3
-    System,              // SYSTEM, LinkMode 4
+    Export,              // EXPORT
+    Import,              // IMPORT
+    Datatypes,           // DATATYPES
+    System,              // SYSTEM
     SilentInstall,       // INSTALL
     InteractiveInstall,  // any other word, "" and MSVM included
 };
@@ -26,8 +27,8 @@ enum class RunKind : std::uint8_t {
 std::string CommandWord(const std::string& commandLine);
 // The run a command word asks for.
 RunKind RunKindOf(const std::string& word);
-// The run mode of a run kind: 1 to 4 for the transfer runs, 0 for an installation.
-std::int16_t LinkModeOf(RunKind kind);
+// The run mode of a run kind; none for an installation.
+window::RunMode LinkModeOf(RunKind kind);
 // The host an interactive installation registers with: "MSVM" for the word MSVM, else "Rose".
 std::string HostWordFor(const std::string& word);
 

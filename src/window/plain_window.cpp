@@ -8,7 +8,7 @@
 
 namespace window {
 
-std::int16_t LinkMode = 0;
+RunMode LinkMode = RunMode::None;
 TransferWindow* frmImportExport = nullptr;
 
 bool OverrideChecked() {

@@ -11,9 +11,10 @@
 
 namespace window {
 
-// The run mode: 1 export, 2 import, 3 datatype classes, 4 system classes, 0 installation.
-// Set once by the entry routine before the transfer window is created.
-extern std::int16_t LinkMode;
+// The run mode, with the numbers the command words have always mapped to. Set once by the
+// entry routine before the transfer window is created.
+enum class RunMode : std::int16_t { None = 0, Export = 1, Import = 2, Datatypes = 3, System = 4 };
+extern RunMode LinkMode;
 
 // Log row pictures.
 inline constexpr std::int16_t kIconNone = 0;

@@ -91,7 +91,7 @@ class World {
     }
     ~World() {
         window::frmImportExport = nullptr;
-        window::LinkMode = 0;
+        window::LinkMode = window::RunMode::None;
         importing::NewRoseClasses.Clear();
         server::ServerClassTypes.Clear();
         server::ServerFactory = nullptr;
@@ -118,7 +118,7 @@ class World {
     std::vector<window::LogRow> ExportAll() {
         window::PlainWindow form;
         window::frmImportExport = &form;
-        window::LinkMode = 1;
+        window::LinkMode = window::RunMode::Export;
         model::LoadRoseClassList(form.lstAvailableClasses(), form.lstSelectedClasses(),
                                  form.lstAvailableClassIDs(), form.lstSelectedClassIDs());
         SelectAll(form);
@@ -130,7 +130,7 @@ class World {
     std::vector<window::LogRow> ImportAll() {
         window::PlainWindow form;
         window::frmImportExport = &form;
-        window::LinkMode = 2;
+        window::LinkMode = window::RunMode::Import;
         importing::NewRoseClasses.Clear();
         server::LoadTavroClassList();
         SelectAll(form);

@@ -154,12 +154,12 @@ Harness::Harness() {
     server::ServerClassTypes.Clear();
     importing::NewRoseClasses.Clear();
     window::frmImportExport = &form;
-    window::LinkMode = 2;
+    window::LinkMode = window::RunMode::Import;
 }
 
 Harness::~Harness() {
     window::frmImportExport = nullptr;
-    window::LinkMode = 0;
+    window::LinkMode = window::RunMode::None;
     importing::NewRoseClasses.Clear();
     server::ServerClassTypes.Clear();
     server::ServerFactory = nullptr;

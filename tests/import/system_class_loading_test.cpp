@@ -48,7 +48,7 @@ std::vector<std::string> SystemCategoryClasses(Harness& h) {
 TEST(AddTavroSpecialClasses, DatatypeRunLoadsEveryPercentDatatypeClassOnce) {
     Harness h;
     h.Save({Class("User.Money", {{"ClassType", "datatype"}})});
-    window::LinkMode = 3;
+    window::LinkMode = window::RunMode::Datatypes;
     std::vector<std::string> expected = FlaggedClasses(h, /*datatype=*/true);
     ASSERT_FALSE(expected.empty());
 
@@ -73,11 +73,11 @@ TEST(AddTavroSpecialClasses, DatatypeRunLoadsEveryPercentDatatypeClassOnce) {
 
 TEST(AddTavroSpecialClasses, SystemRunAfterDatatypeRunSkipsTheClassesAlreadyThere) {
     Harness h;
-    window::LinkMode = 3;
+    window::LinkMode = window::RunMode::Datatypes;
     ASSERT_TRUE(AddTavroSpecialClasses());
     std::vector<std::string> datatypes = SystemCategoryClasses(h);
     h.form.ClearLog();
-    window::LinkMode = 4;
+    window::LinkMode = window::RunMode::System;
     EXPECT_TRUE(AddTavroSpecialClasses());
     EXPECT_EQ(h.form.StatusHistory()[6], "Loading Tavro System Classess ...");
     std::vector<std::string> system = FlaggedClasses(h, /*datatype=*/false);
@@ -93,7 +93,7 @@ TEST(AddTavroSpecialClasses, SystemRunAfterDatatypeRunSkipsTheClassesAlreadyTher
 
 TEST(AddTavroSpecialClasses, OnlyClassesInTheSystemCategoryCount) {
     Harness h;
-    window::LinkMode = 3;
+    window::LinkMode = window::RunMode::Datatypes;
     // Moved out of the category by the user: created again. An empty category is reused.
     h.MakeModelClass("Logical View::Elsewhere::%Library.String");
     h.MakeModelClass(std::string(kSystemPath) + "::%Library.Integer");
@@ -159,7 +159,7 @@ TEST(AddTavroSpecialClasses, LoadsPercentRowsFlaggedForTheRunInQueryOrder) {
             EXPECT_EQ(query, "Summary");
             return ScriptedQuery(columns, rows);
         };
-        window::LinkMode = c.mode;
+        window::LinkMode = static_cast<window::RunMode>(c.mode);
         EXPECT_TRUE(AddTavroSpecialClasses());
         EXPECT_EQ(RowsWith(h, "Done"), c.loaded);
         EXPECT_EQ(SystemCategoryClasses(h), c.loaded);
@@ -172,7 +172,7 @@ TEST(AddTavroSpecialClasses, NoQualifyingClassGivesAnEmptyLogAndDone) {
         return ScriptedQuery({"Name", "Datatype", "System"},
                              {{Variant("User.A"), Variant(std::int32_t{1}), Variant()}});
     };
-    window::LinkMode = 3;
+    window::LinkMode = window::RunMode::Datatypes;
     EXPECT_TRUE(AddTavroSpecialClasses());
     EXPECT_TRUE(h.form.Rows().empty());
     EXPECT_EQ(h.form.Status(), "Done");
@@ -188,7 +188,7 @@ TEST(AddTavroSpecialClasses, MissingColumnEndsTheProcessAfterItsMessage) {
         h.openQuery = [&](const std::string&, const std::string&) {
             return ScriptedQuery(columns, {});
         };
-        window::LinkMode = 3;
+        window::LinkMode = window::RunMode::Datatypes;
         EXPECT_THROW(AddTavroSpecialClasses(), platform::ProcessEnded);
         ASSERT_EQ(h.boxes.size(), 1u);
         EXPECT_EQ(h.boxes[0].text, "Internal Error in ClassInfo Query");
@@ -212,7 +212,7 @@ TEST(AddTavroSpecialClasses, MissingModellingToolOrServerEndsTheProcessAfterItsM
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Harness h;
-        window::LinkMode = 4;
+        window::LinkMode = window::RunMode::System;
         if (!c.roseRuns) {
             platform::Objects().getActiveObject = [](const std::string&) -> automation::ObjectRef {
                 throw automation::AutomationError("ActiveX component can't create object");
@@ -239,7 +239,7 @@ TEST(AddTavroSpecialClasses, UnreadableFlagTakesTheFailureExit) {
                               {Variant("%B.Two"), Variant("yes"), Variant()},
                               {Variant("%C.Three"), Variant(std::int32_t{1}), Variant()}});
     };
-    window::LinkMode = 3;
+    window::LinkMode = window::RunMode::Datatypes;
     EXPECT_FALSE(AddTavroSpecialClasses());
     EXPECT_EQ(RowsWith(h, "Done"), std::vector<std::string>{"%A.One"});
     EXPECT_EQ(h.form.Rows().size(), 1u);
@@ -261,7 +261,7 @@ TEST(AddTavroSpecialClasses, ModellingToolFailureLeavesTheRowInHandUnfinished) {
                                  {{Variant("%A.One"), Variant(std::int32_t{1}), Variant()},
                                   {Variant("%B.Two"), Variant(std::int32_t{1}), Variant()}});
         };
-        window::LinkMode = 3;
+        window::LinkMode = window::RunMode::Datatypes;
         h.InjectRoseFault(n);
         completed = AddTavroSpecialClasses();
         EXPECT_EQ(h.form.CloseCaption(), "Close");

@@ -47,7 +47,7 @@ TEST(CommandWord, ChoosesTheRunFromTheWholeLine) {
         SCOPED_TRACE(std::string("\"") + c.line + "\"");
         const std::string word = run::CommandWord(c.line);
         EXPECT_EQ(run::RunKindOf(word), c.kind);
-        EXPECT_EQ(run::LinkModeOf(run::RunKindOf(word)), c.linkMode);
+        EXPECT_EQ(static_cast<int>(run::LinkModeOf(run::RunKindOf(word))), c.linkMode);
         EXPECT_EQ(run::HostWordFor(word), c.host);
     }
 }
@@ -88,7 +88,7 @@ struct Scripted {
         ops.setStartUpProgress = [note](const std::string& text) { note("progress " + text); };
         ops.startStartUpTimer = [note] { note("timer on"); };
         ops.showTransferWindow = [note] {
-            note("transfer window, mode " + std::to_string(window::LinkMode));
+            note("transfer window, mode " + std::to_string(static_cast<int>(window::LinkMode)));
         };
         ops.addTavroSpecialClasses = [note] {
             note("special classes");

@@ -78,7 +78,7 @@ TEST(frmImportExport, HasEveryControlAsDrawnInTabOrder) {
     };
     // clang-format on
     window_test::App();
-    window::LinkMode = 0;
+    window::LinkMode = window::RunMode::None;
     window::ImportExportWindow form(window::RunOps{});
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -131,7 +131,7 @@ TEST(frmImportExport, HasEveryControlAsDrawnInTabOrder) {
 // fonts-liberation) the widths are not comparable.
 TEST(frmImportExport, CaptionsFitTheirControlsInTheStandInFace) {
     window_test::App();
-    window::LinkMode = 0;
+    window::LinkMode = window::RunMode::None;
     window::ImportExportWindow form(window::RunOps{});
     const QString face = QFontInfo(form.font()).family();
     if (!face.startsWith("Liberation Sans Narrow") && !face.startsWith("Nimbus Sans Narrow"))

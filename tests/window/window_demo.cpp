@@ -61,7 +61,9 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const std::string mode = argc > 1 ? argv[1] : "export";
     const int seconds = argc > 2 ? std::atoi(argv[2]) : 5;
-    window::LinkMode = mode == "import" ? 2 : mode == "datatypes" ? 3 : 1;
+    window::LinkMode = mode == "import"      ? window::RunMode::Import
+                       : mode == "datatypes" ? window::RunMode::Datatypes
+                                             : window::RunMode::Export;
 
     window::ImportExportWindow form(DemoOps());
     form.Form_Load();

@@ -54,7 +54,7 @@ class ScriptedUi {
 inline std::unique_ptr<window::ImportExportWindow> LoadedWindow(std::int16_t mode,
                                                                 window::RunOps ops = {}) {
     App();
-    window::LinkMode = mode;
+    window::LinkMode = static_cast<window::RunMode>(mode);
     auto form = std::make_unique<window::ImportExportWindow>(std::move(ops));
     form->Form_Load();
     return form;

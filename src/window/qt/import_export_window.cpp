@@ -246,7 +246,7 @@ void ImportExportWindow::Form_Load() {
     loaded_ = true;
     InitLog();
     switch (LinkMode) {
-        case 1: {
+        case RunMode::Export: {
             cmdExportImport_->setText("Export");
             setWindowTitle("Export Classes from Rose to Tavro");
             chkIncludeDatatype_->hide();
@@ -260,16 +260,17 @@ void ImportExportWindow::Form_Load() {
             UpdateSelectionButtons();
             return;
         }
-        case 2:
+        case RunMode::Import:
             cmdExportImport_->setText("Import");
             setWindowTitle("Import Classes from Tavro to Rose");
             ReloadTavroClassList();
             UpdateSelectionButtons();
             return;
-        case 3:
-        case 4:
-            setWindowTitle(LinkMode == 3 ? "Import Datatype Classes from Tavro to Rose"
-                                         : "Import System Classes from Tavro to Rose");
+        case RunMode::Datatypes:
+        case RunMode::System:
+            setWindowTitle(LinkMode == RunMode::Datatypes
+                               ? "Import Datatype Classes from Tavro to Rose"
+                               : "Import System Classes from Tavro to Rose");
             fraMain_->hide();
             fraLog_->show();
             cmdExportImport_->hide();

@@ -26,7 +26,7 @@ static void ConnectOrEnd(Connect connect, const char* failureText) {
 }
 
 void ImportExportWindow::RunTransfer() {
-    if (LinkMode == 1) {
+    if (LinkMode == RunMode::Export) {
         StatusMessage("Starting Export");
         // The namespace is the handler's own: the export driver reaches the server through
         // the connection itself.
@@ -39,7 +39,7 @@ void ImportExportWindow::RunTransfer() {
         if (ops_.ExportClasses) ops_.ExportClasses();
         return;
     }
-    if (LinkMode == 2) {
+    if (LinkMode == RunMode::Import) {
         StatusMessage("Starting Import");
         ConnectOrEnd([&] { return ConnectRose(ops_); }, "Unable to connect to Rational Rose");
         StatusMessage("Connected to Rose");

@@ -16,7 +16,7 @@ namespace window {
 static void MoveClasses(SortedListModel& from, ClassList& fromIds, SortedListModel& to,
                         ClassList& toIds, bool moveAll) {
     ListBatch batch(from, to);
-    const bool withIds = LinkMode == 1;
+    const bool withIds = LinkMode == RunMode::Export;
     for (std::int16_t i = 0; i < to.ListCount(); ++i) to.SetSelected(i, false);
 
     const std::int16_t count = from.ListCount();

@@ -290,7 +290,7 @@ void ImportExportWindow::Form_Load() {
     loaded_ = true;
     InitLog();
     switch (LinkMode) {
-        case 1: {
+        case RunMode::Export: {
             SetDlgItemTextW(hwnd_, IDC_CMDEXPORTIMPORT, L"Export");
             SetWindowTextW(hwnd_, L"Export Classes from Rose to Tavro");
             SetVisible(IDC_CHKINCLUDEDATATYPE, false);
@@ -305,16 +305,17 @@ void ImportExportWindow::Form_Load() {
             UpdateSelectionButtons();
             return;
         }
-        case 2:
+        case RunMode::Import:
             SetDlgItemTextW(hwnd_, IDC_CMDEXPORTIMPORT, L"Import");
             SetWindowTextW(hwnd_, L"Import Classes from Tavro to Rose");
             ReloadTavroClassList();
             UpdateSelectionButtons();
             return;
-        case 3:
-        case 4:
-            SetWindowTextW(hwnd_, LinkMode == 3 ? L"Import Datatype Classes from Tavro to Rose"
-                                                : L"Import System Classes from Tavro to Rose");
+        case RunMode::Datatypes:
+        case RunMode::System:
+            SetWindowTextW(hwnd_, LinkMode == RunMode::Datatypes
+                                      ? L"Import Datatype Classes from Tavro to Rose"
+                                      : L"Import System Classes from Tavro to Rose");
             ShowFrame(IDC_FRAMAIN, false);
             ShowFrame(IDC_FRALOG, true);
             SetVisible(IDC_CMDEXPORTIMPORT, false);

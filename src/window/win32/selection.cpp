@@ -14,7 +14,7 @@ namespace window::win32 {
 // the entry that moves up into the freed place is looked at as well.
 static void MoveClasses(ClassList& from, ClassList& fromIds, ClassList& to, ClassList& toIds,
                         bool moveAll) {
-    const bool withIds = LinkMode == 1;
+    const bool withIds = LinkMode == RunMode::Export;
     for (std::int16_t i = 0; i < to.ListCount(); ++i) to.SetSelected(i, false);
 
     const std::int16_t count = from.ListCount();

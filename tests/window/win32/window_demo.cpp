@@ -72,7 +72,9 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
-    window::LinkMode = mode == "import" ? 2 : mode == "datatypes" ? 3 : 1;
+    window::LinkMode = mode == "import"      ? window::RunMode::Import
+                       : mode == "datatypes" ? window::RunMode::Datatypes
+                                             : window::RunMode::Export;
 
     window::win32::ImportExportWindow form(DemoOps());
     form.Form_Load();
