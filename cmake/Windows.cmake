@@ -8,8 +8,8 @@ set(CORVANSIL_WIN32_LEFT_OUT_DIRS
 
 # Library sources (relative to the project folder) that corvansil_add_library drops.
 set(CORVANSIL_WIN32_LEFT_OUT_SOURCES
-    src/automation/rpc_client.cpp src/automation/rpc_listen.cpp src/automation/rpc_server.cpp
-    src/automation/rpc_socket.cpp
+    src/automation/rpc_client.cpp src/automation/rpc_reads.cpp src/automation/rpc_listen.cpp
+    src/automation/rpc_server.cpp src/automation/rpc_socket.cpp
     src/platform/files_posix.cpp src/platform/registry.cpp src/platform/registry_file.cpp
     src/platform/rose_socket.cpp
     src/cli/report_file_posix.cpp src/cli/stop.cpp src/cli/terminal_posix.cpp)
