@@ -72,16 +72,16 @@ const tavro::Item* FindItem(const std::vector<tavro::Item>& items, std::string_v
 }  // namespace
 
 ExportWorld::ExportWorld(const char* user) {
-    tavro::InitStore(dataDir_, kDeveloper, kPassword, tavro::HashCost::Minimal);
+    tavro::InitStore(dataDir_.path(), kDeveloper, kPassword, tavro::HashCost::Minimal);
     {
-        auto store = tavro::OpenStore(dataDir_);
+        auto store = tavro::OpenStore(dataDir_.path());
         tavro::AddUser(*store, kViewer, kPassword, /*development=*/false, tavro::HashCost::Minimal);
     }
-    session_ = tavro::OpenSession(dataDir_, kNamespace, kDeveloper, kPassword);
-    factory = NewFactory(
-        tavro::NewSessionObject(std::string(user) == kDeveloper
-                                    ? session_
-                                    : tavro::OpenSession(dataDir_, kNamespace, user, kPassword)));
+    session_ = tavro::OpenSession(dataDir_.path(), kNamespace, kDeveloper, kPassword);
+    factory = NewFactory(tavro::NewSessionObject(
+        std::string(user) == kDeveloper
+            ? session_
+            : tavro::OpenSession(dataDir_.path(), kNamespace, user, kPassword)));
     server::ServerFactory = factory;
     server::ConnectionNamespace = kNamespace;
     server::ServerClassTypes.Clear();

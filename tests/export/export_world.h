@@ -79,8 +79,7 @@ class ExportWorld {
     automation::ObjectRef factory;
 
   private:
-    testsupport::TempDir dataTemp_{"export-test"};
-    std::string dataDir_ = dataTemp_.path();
+    testsupport::TempDir dataDir_{"export-test"};
     tavro::SessionRef session_;
 };
 

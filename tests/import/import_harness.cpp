@@ -128,9 +128,9 @@ ObjectRef FaultProxy(ObjectRef inner, std::shared_ptr<FaultPlan> plan) {
 }
 
 Harness::Harness() {
-    tavro::InitStore(dataDir_, kUser, kPassword, tavro::HashCost::Minimal);
-    store_ = tavro::OpenStore(dataDir_);
-    session_ = tavro::NewSessionObject(tavro::OpenSession(dataDir_, kNamespace, kUser, kPassword));
+    tavro::InitStore(dataDir(), kUser, kPassword, tavro::HashCost::Minimal);
+    store_ = tavro::OpenStore(dataDir());
+    session_ = tavro::NewSessionObject(tavro::OpenSession(dataDir(), kNamespace, kUser, kPassword));
 
     model_ = rosehost::NewModel("Test");
     main_ = rosehost::CreateClassDiagram(*model_, *model_->top, "Main");
@@ -200,8 +200,7 @@ std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead,
     auto plan = std::make_shared<FaultPlan>();
     plan->failAt = failAt;
     plan->failMember = failMember;
-    socketTemp_ = std::make_unique<testsupport::TempDir>("import-test");
-    socketDir_ = socketTemp_->path();
+    socketDir_ = std::make_unique<testsupport::TempDir>("import-test");
     ObjectRef app = rosehost::ApplicationObject(host_);
     ObjectRef factory = server::ServerFactory;
     if (serverFails) {
@@ -210,11 +209,11 @@ std::shared_ptr<FaultPlan> Harness::ServeOverSockets(int failAt, bool sendAhead,
         app = FaultProxy(app, plan);
     }
     roseServer_ = std::make_unique<automation::rpc::Server>([app](const auto&) { return app; });
-    roseServer_->Listen("unix:" + socketDir_ + "/rose.sock");
+    roseServer_->Listen("unix:" + *socketDir_ / "rose.sock");
     roseServer_->Start();
     factoryServer_ =
         std::make_unique<automation::rpc::Server>([factory](const auto&) { return factory; });
-    factoryServer_->Listen("unix:" + socketDir_ + "/server.sock");
+    factoryServer_->Listen("unix:" + *socketDir_ / "server.sock");
     factoryServer_->Start();
     automation::rpc::ClientOptions options;
     options.sendAhead = sendAhead;

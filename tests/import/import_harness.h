@@ -109,23 +109,21 @@ class Harness {
     std::shared_ptr<rosehost::Model> modelRef() { return model_; }
     std::shared_ptr<rosehost::Diagram> mainDiagram() { return main_; }
     tavro::Store& store() { return *store_; }
-    const std::string& dataDir() const { return dataDir_; }
+    const std::string& dataDir() const { return dataDir_.path(); }
     RecordingWindow form;
     std::vector<platform::MessageBoxRequest> boxes;
     // Replaces the factory's OpenQuery (nullptr: the session's own).
     std::function<ObjectRef(const std::string& className, const std::string& query)> openQuery;
 
   private:
-    testsupport::TempDir dataTemp_{"import-test"};
-    std::string dataDir_ = dataTemp_.path();
+    testsupport::TempDir dataDir_{"import-test"};
     std::unique_ptr<tavro::Store> store_;
     std::shared_ptr<rosehost::Model> model_;
     std::shared_ptr<rosehost::Host> host_;
     std::shared_ptr<rosehost::Diagram> main_;
     ObjectRef session_;
     // Last, so that they stop before the model and the store go.
-    std::unique_ptr<testsupport::TempDir> socketTemp_;
-    std::string socketDir_;
+    std::unique_ptr<testsupport::TempDir> socketDir_;
     std::unique_ptr<automation::rpc::Server> roseServer_;
     std::unique_ptr<automation::rpc::Server> factoryServer_;
 };

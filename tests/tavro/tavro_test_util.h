@@ -22,18 +22,17 @@ inline constexpr const char* kViewerPassword = "viewer-secret";
 class DataDir {
   public:
     DataDir() {
-        tavro::InitStore(path_, kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
-        auto store = tavro::OpenStore(path_);
+        tavro::InitStore(path(), kDeveloper, kDeveloperPassword, tavro::HashCost::Minimal);
+        auto store = tavro::OpenStore(path());
         tavro::AddUser(*store, kViewer, kViewerPassword, /*development=*/false,
                        tavro::HashCost::Minimal);
     }
     DataDir(const DataDir&) = delete;
     DataDir& operator=(const DataDir&) = delete;
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return temp_.path(); }
 
   private:
     testsupport::TempDir temp_{"tavro-test"};
-    std::string path_ = temp_.path();
 };
 
 // The session object of a user of the namespace USER.
